@@ -1,0 +1,7 @@
+#include "cli/commands.h"
+
+namespace tw::CLI {
+
+int cleanCommand(const Args&) { return unavailableCommand("clean"); }
+
+}  // namespace tw::CLI

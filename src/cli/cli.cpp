@@ -1,0 +1,144 @@
+#include "cli/cli.h"
+
+#include <cstdio>
+#include <exception>
+
+#include "cli/commands.h"
+#include "screens/registry.h"
+
+namespace tw::CLI {
+namespace {
+
+struct Grammar {
+  std::set<std::string> flags;
+  std::set<std::string> options;
+  std::size_t maxPositional;
+};
+
+const std::map<std::string, Grammar>& builtInGrammars() {
+  static const std::map<std::string, Grammar> grammars{
+      {"help", {{"json"}, {}, 0}},
+      {"--help", {{"json"}, {}, 0}},
+      {"-h", {{"json"}, {}, 0}},
+      {"status", {{"json"}, {}, 0}},
+      {"scan", {{"json"}, {"top", "depth"}, 1}},
+      {"junk", {{"json", "items"}, {}, 0}},
+      {"clean", {{"json", "safe", "dry-run", "yes"}, {}, 0}},
+      {"trash", {{"json", "dry-run", "yes"}, {}, 1}},
+      {"history", {{"json"}, {"limit"}, 0}},
+  };
+  return grammars;
+}
+
+const Grammar screenGrammar{{"json", "selected", "dry-run", "yes"}, {}, 1};
+
+int help(const Args& args) {
+  if (!args.json()) {
+    std::printf("%s\n", usage().c_str());
+    return 0;
+  }
+  nlohmann::json names = nlohmann::json::array();
+  for (const auto& name : commands()) names.push_back(name);
+  nlohmann::json screens = nlohmann::json::array();
+  for (const auto& [name, provider] : providers()) screens.push_back(name);
+  emit({{"commands", names}, {"providers", screens}});
+  return 0;
+}
+
+int dispatch(const std::vector<std::string>& arguments) {
+  const std::string& word = arguments.front();
+  const std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
+  if (const auto found = builtInGrammars().find(word); found != builtInGrammars().end()) {
+    const Grammar& grammar = found->second;
+    const Args args(rest, grammar.flags, grammar.options, grammar.maxPositional);
+    if (word == "help" || word == "--help" || word == "-h") return help(args);
+    if (word == "status") return statusCommand(args);
+    if (word == "scan") return scanCommand(args);
+    if (word == "junk") return junkCommand(args);
+    if (word == "clean") return cleanCommand(args);
+    if (word == "trash") return trashCommand(args);
+    return historyCommand(args);
+  }
+  if (const auto found = providers().find(word); found != providers().end()) {
+    const Args args(rest, screenGrammar.flags, screenGrammar.options, screenGrammar.maxPositional);
+    return screenCommand(word, found->second, args);
+  }
+  std::fprintf(stderr, "tidewarden: unknown command '%s'\n%s\n", word.c_str(), usage().c_str());
+  return 2;
+}
+
+}  // namespace
+
+const std::map<std::string, Provider>& providers() {
+  // The twelve developer screens that the command line can list and clean.
+  static const std::map<std::string, Provider> map = [] {
+    std::map<std::string, Provider> screens;
+    for (const char* name : {"projects", "worktrees", "simulators", "toolchains", "system", "ide", "docker", "git",
+                             "ai", "apps", "large", "dedupe"}) {
+      const DevScreen* screen = Screens::screen(*paneNamed(name));
+      screens.emplace(name, Screens::effectiveProvider(*screen));
+    }
+    return screens;
+  }();
+  return map;
+}
+
+std::set<std::string> commands() {
+  std::set<std::string> names;
+  for (const auto& [name, grammar] : builtInGrammars()) names.insert(name);
+  for (const auto& [name, provider] : providers()) names.insert(name);
+  return names;
+}
+
+const std::string& usage() {
+  static const std::string text = [] {
+    std::string head =
+        "Tidewarden: disk cleanup for developers.\n\nusage: tidewarden <command> [options]\n\n"
+        "  status                            Disk total, used, free and purgeable space\n"
+        "  scan [path] [--top N] [--depth D] Largest items in a folder (default ~, top 20, depth 1)\n"
+        "  junk [--items]                    Smart Clean categories and their sizes\n"
+        "  clean --safe [--dry-run] [--yes]  Delete caches, logs, Xcode and package leftovers (never the Trash)\n"
+        "  trash [list]                      Items in the Trash with size and date deleted\n"
+        "  trash empty [--dry-run] [--yes]   Permanently delete everything in the Trash\n"
+        "  history [--limit N]               What Tidewarden removed (default last 20)\n";
+    std::string screens;
+    for (const auto& [name, provider] : providers()) {
+      if (!screens.empty()) screens += "\n";
+      std::string padded = name;
+      padded.resize(34, ' ');
+      screens += "  " + padded + "Developer screen; --selected shows only pre-selected items";
+    }
+    const std::string tail =
+        "\n  <screen> clean --selected [--dry-run] [--yes]\n"
+        "                                    Run the action of every pre-selected item\n"
+        "  help                              Show this help\n\n"
+        "Every command accepts --json (sizes in bytes). Destructive commands only print\n"
+        "what they would do unless --yes is given; --dry-run never deletes anything.";
+    return head + screens + tail;
+  }();
+  return text;
+}
+
+int unavailableCommand(const std::string& command) {
+  std::fprintf(stderr, "tidewarden: %s isn't available in this build yet\n", command.c_str());
+  return 1;
+}
+
+int run(const std::vector<std::string>& arguments) {
+  std::setvbuf(stdout, nullptr, _IOLBF, 0);
+  if (arguments.empty()) {
+    std::printf("%s\n", usage().c_str());
+    return 2;
+  }
+  try {
+    return dispatch(arguments);
+  } catch (const UsageError& error) {
+    std::fprintf(stderr, "tidewarden: %s\nRun 'tidewarden help' for usage.\n", error.what());
+    return 2;
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "tidewarden: %s\n", error.what());
+    return 1;
+  }
+}
+
+}  // namespace tw::CLI

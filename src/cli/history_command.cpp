@@ -1,0 +1,7 @@
+#include "cli/commands.h"
+
+namespace tw::CLI {
+
+int historyCommand(const Args&) { return unavailableCommand("history"); }
+
+}  // namespace tw::CLI

@@ -1,0 +1,81 @@
+#include "cli/cli.h"
+#include "core/path.h"
+#include "core/text.h"
+
+namespace tw::CLI {
+namespace {
+
+bool needsQuoting(const std::string& word) {
+  return word.find_first_of(" '\"$`\\()&;|<>*?") != std::string::npos;
+}
+
+std::string describeCommand(const std::vector<std::string>& command) {
+  std::string text;
+  for (std::size_t i = 0; i < command.size(); ++i) {
+    const std::string word = i == 0 ? lastPathComponent(command[i]) : command[i];
+    if (i > 0) text += ' ';
+    text += needsQuoting(word) ? "'" + word + "'" : word;
+  }
+  return text;
+}
+
+template <class... Cases>
+struct Overloaded : Cases... {
+  using Cases::operator()...;
+};
+
+}  // namespace
+
+std::string describe(const DevAction& action) {
+  return std::visit(
+      Overloaded{
+          [](const DevAction::RemovePaths& remove) -> std::string {
+            if (remove.paths.size() == 1) return "delete " + tilde(remove.paths.front());
+            if (remove.paths.empty()) return "delete 0 paths";
+            return "delete " + std::to_string(remove.paths.size()) + " paths in " +
+                   tilde(parentPath(remove.paths.front()));
+          },
+          [](const DevAction::Trash& trash) -> std::string {
+            std::string text = "move to Trash: ";
+            for (std::size_t i = 0; i < trash.paths.size(); ++i) {
+              if (i > 0) text += ", ";
+              text += tilde(trash.paths[i]);
+            }
+            return text;
+          },
+          [](const DevAction::Admin& admin) -> std::string { return "as administrator: " + admin.command; },
+          [](const DevAction::Custom&) -> std::string { return "custom action"; },
+          [](const DevAction::Commands& commands) -> std::string {
+            std::string text;
+            for (const auto& command : commands.commands) {
+              if (!text.empty()) text += " && ";
+              text += describeCommand(command);
+            }
+            return text;
+          },
+      },
+      action.value);
+}
+
+nlohmann::json itemJSON(const DevItem& item) {
+  nlohmann::json badges = nlohmann::json::array();
+  for (const auto& badge : item.badges) badges.push_back(validUtf8(badge.text));
+  const auto bytes = [](const std::optional<std::int64_t>& value) {
+    return value ? nlohmann::json(*value) : nlohmann::json(nullptr);
+  };
+  return {
+      {"id", validUtf8(item.id)},
+      {"name", validUtf8(item.name)},
+      {"detail", validUtf8(item.detail)},
+      {"size", bytes(item.size)},
+      {"freeable", bytes(item.freeable)},
+      {"selected", item.selected},
+      {"badges", badges},
+      {"warning", jsonString(item.warning)},
+      {"restoreHint", jsonString(item.restoreHint)},
+      {"path", jsonString(item.revealPath)},
+      {"action", validUtf8(describe(item.action))},
+  };
+}
+
+}  // namespace tw::CLI

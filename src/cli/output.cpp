@@ -1,0 +1,115 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <unistd.h>
+
+#include "cli/cli.h"
+#include "core/format.h"
+#include "core/home.h"
+#include "core/path.h"
+#include "core/text.h"
+
+namespace tw::CLI {
+
+std::string printable(const std::string& text) { return validUtf8(text); }
+
+std::string formatTable(const std::vector<std::vector<std::string>>& rows, const std::vector<Align>& align,
+                        const std::string& indent) {
+  std::size_t columns = 0;
+  for (const auto& row : rows) columns = std::max(columns, row.size());
+  if (columns == 0) return "";
+  std::vector<std::size_t> widths(columns, 0);
+  for (const auto& row : rows) {
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      widths[column] = std::max(widths[column], characterCount(validUtf8(row[column])));
+    }
+  }
+  const auto alignment = [&](std::size_t column) { return column < align.size() ? align[column] : Align::left; };
+  std::string out;
+  for (const auto& row : rows) {
+    out += indent;
+    for (std::size_t column = 0; column < row.size(); ++column) {
+      const std::string cell = validUtf8(row[column]);
+      const std::string padding(widths[column] - characterCount(cell), ' ');
+      const bool last = column + 1 == row.size();
+      if (alignment(column) == Align::right) {
+        out += padding + cell;
+      } else {
+        out += cell;
+        if (!last) out += padding;
+      }
+      if (!last) out += "  ";
+    }
+    out += '\n';
+  }
+  return out;
+}
+
+void table(const std::vector<std::vector<std::string>>& rows, const std::vector<Align>& align,
+           const std::string& indent) {
+  std::fputs(formatTable(rows, align, indent).c_str(), stdout);
+}
+
+std::string encodeJSON(const nlohmann::json& value) {
+  return value.dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}
+
+void emit(const nlohmann::json& value) {
+  std::string text;
+  try {
+    text = encodeJSON(value);
+  } catch (const nlohmann::json::exception&) {
+    std::fputs("tidewarden: could not encode JSON\n", stderr);
+    return;
+  }
+  std::fwrite(text.data(), 1, text.size(), stdout);
+  std::fputc('\n', stdout);
+  std::fflush(stdout);
+}
+
+nlohmann::json jsonDate(const std::optional<Date>& date) { return date ? nlohmann::json(iso8601(*date)) : nullptr; }
+
+nlohmann::json jsonString(const std::optional<std::string>& text) {
+  return text ? nlohmann::json(validUtf8(*text)) : nullptr;
+}
+
+std::string badgeText(const std::vector<Badge>& badges) {
+  std::string text;
+  for (const auto& badge : badges) {
+    if (!text.empty()) text += ' ';
+    text += "[" + badge.text + "]";
+  }
+  return text;
+}
+
+std::string plural(std::int64_t count, const std::string& word) {
+  return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
+}
+
+std::string expand(const std::string& path) {
+  std::string result = path;
+  if (!result.empty() && result.front() == '~') result = homeDirectory() + result.substr(1);
+  if (result.empty() || result.front() != '/') {
+    std::string cwd(4096, '\0');
+    if (::getcwd(cwd.data(), cwd.size()) != nullptr) {
+      cwd.resize(std::char_traits<char>::length(cwd.c_str()));
+      result = cwd + "/" + result;
+    }
+  }
+  return standardizePath(result);
+}
+
+std::string tilde(const std::string& path) { return tildePath(path); }
+
+nlohmann::json decimal(double value, int places) {
+  char text[64];
+  std::snprintf(text, sizeof text, "%.*f", places, value);
+  return nlohmann::json::parse(text, nullptr, false);
+}
+
+int needConfirmation(const Args&, const std::string& what) {
+  std::fprintf(stderr, "\nNothing was deleted. Re-run with --yes to %s, or --dry-run to preview.\n", what.c_str());
+  return 1;
+}
+
+}  // namespace tw::CLI

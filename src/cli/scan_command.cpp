@@ -1,0 +1,7 @@
+#include "cli/commands.h"
+
+namespace tw::CLI {
+
+int scanCommand(const Args&) { return unavailableCommand("scan"); }
+
+}  // namespace tw::CLI

@@ -1,0 +1,7 @@
+#include "cli/commands.h"
+
+namespace tw::CLI {
+
+int statusCommand(const Args&) { return unavailableCommand("status"); }
+
+}  // namespace tw::CLI

@@ -1,0 +1,7 @@
+#include "cli/commands.h"
+
+namespace tw::CLI {
+
+int trashCommand(const Args&) { return unavailableCommand("trash"); }
+
+}  // namespace tw::CLI

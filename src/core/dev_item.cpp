@@ -1,0 +1,27 @@
+#include "core/dev_item.h"
+
+namespace tw {
+
+DevAction DevAction::removePaths(std::vector<std::string> paths) {
+  return DevAction{RemovePaths{std::move(paths)}};
+}
+
+DevAction DevAction::trash(std::vector<std::string> paths) { return DevAction{Trash{std::move(paths)}}; }
+
+DevAction DevAction::admin(std::string command) { return DevAction{Admin{std::move(command)}}; }
+
+DevAction DevAction::custom(std::function<std::optional<std::string>()> run) {
+  return DevAction{Custom{std::move(run)}};
+}
+
+DevAction DevAction::commands(std::vector<std::vector<std::string>> commands) {
+  return DevAction{Commands{std::move(commands)}};
+}
+
+std::int64_t freeableSum(const std::vector<DevItem>& items) {
+  std::int64_t sum = 0;
+  for (const auto& item : items) sum += item.freeable.value_or(0);
+  return sum;
+}
+
+}  // namespace tw

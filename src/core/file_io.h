@@ -1,0 +1,20 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+namespace tw {
+
+// Writes `contents` beside `path`, flushes it to disk and renames it into place, so a
+// reader sees either the old file or the new one, never half of one.
+[[nodiscard]] std::error_code writeFileAtomically(const std::string& path, std::string_view contents);
+
+// The whole file, or nothing when it cannot be read.
+[[nodiscard]] std::optional<std::string> readWholeFile(const std::string& path);
+
+// mkdir -p; an existing folder is success.
+std::error_code createDirectories(const std::string& path, unsigned mode = 0755);
+
+}  // namespace tw

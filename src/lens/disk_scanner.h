@@ -1,0 +1,108 @@
+#pragma once
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <set>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+#include <utility>
+#include <vector>
+
+namespace tw {
+
+// One node of the disk-usage tree. Only folders and files of 1 MiB or more become nodes;
+// smaller entries are folded into their parent's small counters.
+class FSNode {
+ public:
+  FSNode(std::string name, bool isDir, FSNode* parent);
+
+  std::string name;  // the full scanned path for the root
+  bool isDir = false;
+  std::int64_t size = 0;
+  std::int64_t freeable = 0;
+  std::int64_t itemCount = 0;
+  std::vector<std::unique_ptr<FSNode>> children;
+  std::int64_t smallCount = 0;
+  std::int64_t smallBytes = 0;
+  FSNode* parent = nullptr;  // owned by the parent; null for the root
+
+  [[nodiscard]] std::string path() const;
+  [[nodiscard]] std::vector<const FSNode*> ancestors() const;
+};
+
+struct DiskInfo {
+  std::int64_t total = 0;
+  std::int64_t free = 0;
+  [[nodiscard]] static DiskInfo current();
+};
+
+class DiskScanner {
+ public:
+  struct Entry {
+    std::string name;
+    bool isDir = false;
+    std::int64_t size = 0;  // allocated bytes; 0 for folders
+    std::uint64_t fileID = 0;
+    std::uint32_t links = 1;
+    std::int64_t privateSize = 0;  // bytes deleting it would really free
+  };
+
+  // --- shared file-system operations (static, any thread) ---
+
+  // Every readable entry of a folder in listing order; nothing when it cannot be opened.
+  // Never follows a symbolic link, also not for `path` itself.
+  [[nodiscard]] static std::optional<std::vector<Entry>> list(const std::string& path);
+  // Allocated and freeable bytes of a path (links are not followed).
+  [[nodiscard]] static std::pair<std::int64_t, std::int64_t> usage(const std::string& path);
+  [[nodiscard]] static std::int64_t size(const std::string& path);
+  // Guarded recursive delete: only two or more levels below the home folder, never
+  // following links, never crossing into another file system.
+  [[nodiscard]] static bool remove(const std::string& path);
+  [[nodiscard]] static const std::set<std::string>& rootSkips();
+
+  // --- one scan ---
+  explicit DiskScanner(std::set<std::string> skip = {});
+  DiskScanner(const DiskScanner&) = delete;
+  DiskScanner& operator=(const DiskScanner&) = delete;
+
+  // Blocks until the tree is complete.
+  [[nodiscard]] std::unique_ptr<FSNode> scan(const std::string& path);
+
+  // Progress, readable from another thread while scan() runs.
+  [[nodiscard]] std::int64_t items() const { return items_.load(); }
+  [[nodiscard]] std::int64_t bytes() const { return bytes_.load(); }
+  [[nodiscard]] std::string current() const;
+  void cancel() { cancelled_.store(true); }
+  [[nodiscard]] bool cancelled() const { return cancelled_.load(); }
+
+ private:
+  void work();
+  void process(FSNode* node, const std::string& path, std::uint64_t device);
+  void complete(FSNode* node);
+
+  std::set<std::string> skip_;
+  mutable std::mutex mutex_;
+  std::condition_variable cond_;
+  struct Pending {
+    FSNode* node;
+    std::string path;
+    std::uint64_t device;
+  };
+  std::vector<Pending> stack_;
+  bool finished_ = false;
+  std::atomic<std::int64_t> items_{0};
+  std::atomic<std::int64_t> bytes_{0};
+  std::string current_;
+  std::unordered_map<const FSNode*, std::int64_t> pending_;
+  std::unordered_map<const FSNode*, std::int64_t> ownCount_;
+  std::unordered_set<std::uint64_t> seenLinks_;
+  std::mutex linkLock_;
+  std::atomic<bool> cancelled_{false};
+};
+
+}  // namespace tw

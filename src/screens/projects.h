@@ -1,0 +1,11 @@
+#pragma once
+
+#include "core/dev_group.h"
+
+namespace tw {
+
+struct Projects {
+  static ProviderResult load();
+};
+
+}  // namespace tw

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tw::test {
+
+// A temporary home folder for one test: $HOME, $XDG_DATA_HOME, $XDG_CONFIG_HOME and
+// $XDG_CACHE_HOME point into it while it lives, and it is removed afterwards (folders
+// made unreadable by a test are made readable again first).
+class FakeHome {
+ public:
+  FakeHome();
+  ~FakeHome();
+  FakeHome(const FakeHome&) = delete;
+  FakeHome& operator=(const FakeHome&) = delete;
+
+  [[nodiscard]] const std::string& path() const { return path_; }
+  // An absolute path for a path relative to the fake home.
+  [[nodiscard]] std::string operator/(const std::string& relative) const;
+
+  // Creates a file (and its folders) with `size` bytes of filler, or the given contents.
+  std::string file(const std::string& relative, std::int64_t size = 0);
+  std::string fileWithContents(const std::string& relative, const std::string& contents);
+  std::string folder(const std::string& relative);
+
+ private:
+  std::string path_;
+  std::map<std::string, std::optional<std::string>> savedEnvironment_;
+};
+
+// Filesystem helpers for tests, all on absolute paths.
+void writeFile(const std::string& path, const std::string& contents);
+void writeFilledFile(const std::string& path, std::int64_t size, char fill = 'x');
+void makeFolders(const std::string& path);
+void setModificationTime(const std::string& path, std::int64_t secondsAgo);
+[[nodiscard]] bool exists(const std::string& path);
+[[nodiscard]] std::string readFile(const std::string& path);
+void removeTree(const std::string& path);
+[[nodiscard]] std::string makeTempFolder(const std::string& prefix = "tw-test");
+
+struct RunResult {
+  int code = -1;
+  std::string out;
+  std::string err;
+};
+
+// Runs `command` (argv[0] is looked up in PATH) and waits; `environment` entries are
+// set (a null value unsets) on top of this process's environment.
+RunResult runProcess(const std::vector<std::string>& command,
+                     const std::map<std::string, std::optional<std::string>>& environment = {},
+                     const std::string& workingDirectory = "");
+
+// Runs the built tidewarden binary with these arguments.
+RunResult runTidewarden(const std::vector<std::string>& arguments,
+                        const std::map<std::string, std::optional<std::string>>& environment = {},
+                        const std::string& workingDirectory = "");
+
+}  // namespace tw::test
