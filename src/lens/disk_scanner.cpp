@@ -31,6 +31,10 @@ std::size_t DiskScanner::LinkKeyHash::operator()(const LinkKey& key) const noexc
   return std::hash<std::uint64_t>{}(key.inode * 0x9e3779b97f4a7c15ULL ^ key.device);
 }
 
+std::set<std::string> DiskScanner::skipsFor(const std::string& path) {
+  return path == "/" ? rootSkips() : std::set<std::string>{};
+}
+
 DiskScanner::DiskScanner(std::set<std::string> skip) : skip_(std::move(skip)) {}
 
 std::string DiskScanner::current() const {

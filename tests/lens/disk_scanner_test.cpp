@@ -159,6 +159,9 @@ TEST(DiskScan, SkipsExactlyTheGivenFolders) {
 
 TEST(DiskScan, RootSkipsAreTheSystemFoldersAndApplyOnlyToTheWholeDisk) {
   EXPECT_EQ(DiskScanner::rootSkips(), (std::set<std::string>{"/proc", "/sys", "/dev", "/run", "/media", "/mnt"}));
+  EXPECT_EQ(DiskScanner::skipsFor("/"), DiskScanner::rootSkips());
+  EXPECT_TRUE(DiskScanner::skipsFor("/mnt").empty()) << "scanning a skipped folder directly enters it";
+  EXPECT_TRUE(DiskScanner::skipsFor("/home").empty());
   // The skip set names absolute folders, so a scan of anything but "/" never meets them.
   FakeHome home;
   home.file("tree/proc/big", 2 * kMiB);
