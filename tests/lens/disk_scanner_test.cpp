@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <sstream>
 #include <thread>
 
 #include "lens/disk_scanner.h"
@@ -73,6 +74,21 @@ TEST(DiskScan, TotalsMatchFindWithEachHardLinkedFileCountedOnce) {
   EXPECT_EQ(scanner.bytes(), expected.eachInodeOnce);
   EXPECT_FALSE(tree->children.empty());
   expectConsistent(*tree);
+}
+
+TEST(DiskScan, AgreesWithDuOnceFolderBlocksAreAddedBack) {
+  // du counts each file once like the scan, and also the folders' own blocks, which the scan
+  // leaves out.
+  FakeHome home;
+  const std::string root = home / "tree";
+  makeVariedTree(root, 23);
+  const auto du = runProcess({"du", "-s", "-B1", root});
+  ASSERT_EQ(du.code, 0) << du.err;
+  const auto folders = runProcess({"find", root, "-type", "d", "-printf", "%b\n"});
+  std::istringstream blocks(folders.out);
+  std::int64_t folderBytes = 0;
+  for (std::int64_t count = 0; blocks >> count;) folderBytes += count * 512;
+  EXPECT_EQ(scan(root)->size + folderBytes, std::stoll(du.out));
 }
 
 TEST(DiskScan, AFileLinkedFromThreeFoldersCountsOnce) {
