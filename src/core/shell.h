@@ -23,8 +23,8 @@ struct Shell {
   // Runs `executable` (a full path, no lookup) with standard input from the null device,
   // both output streams drained concurrently, and SIGTERM once `timeout` seconds pass.
   // A launch failure gives code -1 with the reason in `err`.
-  [[nodiscard]] static Result run(const std::string& executable,
-                                  const std::vector<std::string>& arguments, double timeout);
+  [[nodiscard]] static Result run(const std::string& executable, const std::vector<std::string>& arguments,
+                                  double timeout);
 
   // The first executable `name` in searchPaths(); the environment's PATH is not consulted.
   [[nodiscard]] static std::optional<std::string> which(const std::string& name);
