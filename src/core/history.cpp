@@ -5,7 +5,8 @@
 
 #include <mutex>
 
-#include <nlohmann/json.hpp>
+#include <fmt/format.h>
+#include <simdjson.h>
 
 #include "core/app_paths.h"
 #include "core/file_io.h"
@@ -36,62 +37,96 @@ const std::string& historyFile() {
   return path;
 }
 
-std::optional<std::string> optionalString(const nlohmann::json& object, const char* key, bool& ok) {
-  const auto found = object.find(key);
-  if (found == object.end() || found->is_null()) return std::nullopt;
-  if (!found->is_string()) ok = false;
-  return ok ? std::optional(found->get<std::string>()) : std::nullopt;
-}
-
-std::optional<HistoryEntry> decodeEntry(const nlohmann::json& object) {
-  if (!object.is_object()) return std::nullopt;
-  const auto id = object.find("id");
-  const auto date = object.find("date");
-  const auto category = object.find("category");
-  const auto name = object.find("name");
-  const auto bytes = object.find("bytes");
-  if (id == object.end() || !id->is_string() || !isUuid(id->get_ref<const std::string&>())) return std::nullopt;
-  if (date == object.end() || !date->is_string()) return std::nullopt;
-  if (category == object.end() || !category->is_string()) return std::nullopt;
-  if (name == object.end() || !name->is_string()) return std::nullopt;
-  if (bytes == object.end() || !bytes->is_number_integer()) return std::nullopt;
-  if (bytes->is_number_unsigned() && bytes->get<std::uint64_t>() > std::uint64_t(INT64_MAX)) return std::nullopt;
-  const auto when = parseIso8601(date->get_ref<const std::string&>());
-  if (!when) return std::nullopt;
-  bool ok = true;
-  auto restore = optionalString(object, "restore", ok);
-  if (!ok) return std::nullopt;
-  return HistoryEntry{id->get<std::string>(),       *when,
-                      category->get<std::string>(), name->get<std::string>(),
-                      bytes->get<std::int64_t>(),   std::move(restore)};
+std::optional<HistoryEntry> decodeEntry(simdjson::dom::element element) {
+  simdjson::dom::object object;
+  std::string_view id, date, category, name;
+  std::int64_t bytes = 0;
+  if (element.get(object) || object["id"].get(id) || object["date"].get(date) || object["category"].get(category) ||
+      object["name"].get(name) || object["bytes"].get(bytes)) {
+    return std::nullopt;
+  }
+  const auto when = parseIso8601(date);
+  if (!isUuid(id) || !when) return std::nullopt;
+  HistoryEntry entry{std::string(id), *when, std::string(category), std::string(name), bytes, std::nullopt};
+  simdjson::dom::element restore;
+  if (!object["restore"].get(restore) && !restore.is_null()) {
+    std::string_view text;
+    if (restore.get(text)) return std::nullopt;
+    entry.restore = std::string(text);
+  }
+  return entry;
 }
 
 // One bad object spoils the whole file: a partly trusted log is worse than a fresh one.
+// (The parser also rejects text that is not UTF-8.)
 std::vector<HistoryEntry> decode(const std::string& text) {
-  const auto parsed = nlohmann::json::parse(text, nullptr, /*allow_exceptions=*/false);
-  if (!parsed.is_array()) return {};
+  simdjson::dom::parser parser;
+  simdjson::dom::array array;
+  if (parser.parse(simdjson::padded_string(text)).get(array)) return {};
   std::vector<HistoryEntry> entries;
-  entries.reserve(parsed.size());
-  for (const auto& object : parsed) {
-    auto entry = decodeEntry(object);
+  entries.reserve(array.size());
+  for (const auto element : array) {
+    auto entry = decodeEntry(element);
     if (!entry) return {};
     entries.push_back(std::move(*entry));
   }
   return entries;
 }
 
-std::string encode(const std::vector<HistoryEntry>& entries) {
-  nlohmann::json array = nlohmann::json::array();
-  for (const auto& entry : entries) {
-    nlohmann::json object{{"id", entry.id},
-                          {"date", iso8601(entry.date)},
-                          {"category", validUtf8(entry.category)},
-                          {"name", validUtf8(entry.name)},
-                          {"bytes", entry.bytes}};
-    if (entry.restore) object["restore"] = validUtf8(*entry.restore);
-    array.push_back(std::move(object));
+// `text` must be valid UTF-8 (stored entries are; new ones are cleaned when recorded).
+void appendString(std::string& out, std::string_view text) {
+  out += '"';
+  std::size_t plainFrom = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(text, plainFrom, i - plainFrom);
+    plainFrom = i + 1;
+    switch (c) {
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      default:
+        out += fmt::format("\\u{:04x}", c);
+    }
   }
-  return array.dump();
+  out.append(text, plainFrom);
+  out += '"';
+}
+
+// Compact JSON, written directly: this runs on every record over up to 5000 entries.
+std::string encode(const std::vector<HistoryEntry>& entries) {
+  std::string out = "[";
+  out.reserve(entries.size() * 200);
+  for (const auto& entry : entries) {
+    if (out.size() > 1) out += ',';
+    out += "{\"id\":";
+    appendString(out, entry.id);
+    out += ",\"date\":\"" + iso8601(entry.date) + "\",\"category\":";
+    appendString(out, entry.category);
+    out += ",\"name\":";
+    appendString(out, entry.name);
+    out += ",\"bytes\":" + std::to_string(entry.bytes);
+    if (entry.restore) {
+      out += ",\"restore\":";
+      appendString(out, *entry.restore);
+    }
+    out += '}';
+  }
+  out += ']';
+  return out;
 }
 
 std::vector<HistoryEntry> readLocked(const std::string& path) {
@@ -118,15 +153,11 @@ void History::record(const std::string& category, const std::string& name, std::
   // in between may lose that one's entry, but every file written is whole.
   std::vector<HistoryEntry> list = entries();
   std::lock_guard lock(historyLock());
-  list.push_back({makeUuid(), std::chrono::system_clock::now(), category, name, bytes, restore});
+  list.push_back({makeUuid(), std::chrono::system_clock::now(), validUtf8(category), validUtf8(name), bytes,
+                  restore ? std::optional(validUtf8(*restore)) : std::nullopt});
   if (list.size() > cap) list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(cap));
-  std::string text;
-  try {
-    text = encode(list);
-  } catch (const nlohmann::json::exception&) {
-    return;  // leave the file as it was
-  }
-  (void)writeFileAtomically(historyFile(), text);
+  // A failed write leaves the file as it was.
+  (void)writeFileAtomically(historyFile(), encode(list));
 }
 
 void History::clear() {

@@ -3,7 +3,6 @@
 #include <openssl/rand.h>
 
 #include <array>
-#include <cctype>
 #include <random>
 
 #include <fmt/format.h>
@@ -40,7 +39,9 @@ bool isUuid(std::string_view text) {
   if (text.size() != 36) return false;
   for (std::size_t i = 0; i < text.size(); ++i) {
     const bool hyphen = i == 8 || i == 13 || i == 18 || i == 23;
-    if (hyphen ? text[i] != '-' : !std::isxdigit(static_cast<unsigned char>(text[i]))) return false;
+    const char c = text[i];
+    const bool hex = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F');
+    if (hyphen ? c != '-' : !hex) return false;
   }
   return true;
 }
