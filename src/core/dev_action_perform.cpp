@@ -24,6 +24,9 @@ std::optional<std::string> removeEach(const DevAction::RemovePaths& action) {
   for (const auto& path : action.paths) {
     if (!existsWithoutFollowing(path)) continue;  // already gone is as good as removed
     if (!DevSafety::canRemove(path)) return "Refused to delete " + path;
+    // The same descriptor-walking removal as DiskScanner::remove, whose home-only guard
+    // would refuse project roots elsewhere; here canRemove is the guard, and we keep the
+    // system's reason for the message.
     if (const auto error = removeTreeSafely(path)) {
       return "Couldn't delete " + lastPathComponent(path) + ": " + error.message();
     }
