@@ -16,6 +16,7 @@ constexpr std::int64_t partialLength = 65'536;
 struct Member {
   std::uint32_t file = 0;  // index into the walk's files
   std::int64_t size = 0;
+  std::shared_ptr<const dedupe::PrefixHash> prefix;  // the first 64 KiB, hashed
 };
 using Group = std::vector<Member>;
 
@@ -62,7 +63,7 @@ class Finder {
     });
     std::vector<Member> members;
     for (std::size_t i = 0; i < sizes.size(); ++i) {
-      if (sizes[i]) members.push_back({static_cast<std::uint32_t>(i), *sizes[i]});
+      if (sizes[i]) members.push_back({static_cast<std::uint32_t>(i), *sizes[i], nullptr});
     }
     return members;
   }
@@ -84,13 +85,18 @@ class Finder {
     for (std::size_t g = 0; g < groups.size(); ++g) {
       for (const Member& member : groups[g]) jobs.push_back({g, member});
     }
-    const auto digests = dedupe::parallel<Dedupe::Digest>(jobs.size(), [&](std::size_t i, std::span<std::byte> buffer) {
-      const Member& member = jobs[i].member;
-      const Dedupe::Candidate& candidate = file(member);
-      const std::int64_t length = whole ? member.size : std::min(member.size, partialLength);
-      return dedupe::hashRange({path(member), {candidate.dev, candidate.fileID}, member.size, 0, length, whole},
-                               buffer);
-    });
+    const auto digests =
+        dedupe::parallel<dedupe::HashResult>(jobs.size(), [&](std::size_t i, std::span<std::byte> buffer) {
+          const Member& member = jobs[i].member;
+          const Dedupe::Candidate& candidate = file(member);
+          dedupe::HashRequest request{path(member), {candidate.dev, candidate.fileID}, member.size};
+          request.length = whole ? member.size : std::min(member.size, partialLength);
+          request.uncached = whole;
+          // The whole-file pass carries on after the first 64 KiB rather than reading them again.
+          request.keepPrefix = !whole && member.size > partialLength;
+          request.resume = whole ? member.prefix.get() : nullptr;
+          return dedupe::hashFile(request, buffer);
+        });
     std::vector<Group> result;
     std::size_t start = 0;
     while (start < jobs.size()) {
@@ -99,9 +105,10 @@ class Finder {
       std::vector<Dedupe::Key> keys;
       for (; end < jobs.size() && jobs[end].group == jobs[start].group; ++end) {
         if (!digests[end]) continue;
-        const Member& member = jobs[end].member;
-        members.push_back(member);
-        keys.push_back({file(member).dev, member.size, digests[end]});
+        Member member = jobs[end].member;
+        if (digests[end]->prefix) member.prefix = std::make_shared<const dedupe::PrefixHash>(*digests[end]->prefix);
+        keys.push_back({file(member).dev, member.size, digests[end]->digest});
+        members.push_back(std::move(member));
       }
       for (auto& group : groupsOfTwoOrMore(members, [&](std::size_t i) { return keys[i]; })) {
         result.push_back(std::move(group));

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -7,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "core/file_flags.h"
+#include "core/unique_fd.h"
 #include "dedupe/dedupe.h"
 #include "dedupe_fixtures.h"
 #include "support/fake_home.h"
@@ -224,6 +226,38 @@ TEST(DuplicateFinder, FindsCopiesDeepDownAndUnderNamesThatAreNotUTF8) {
   const auto json = nlohmann::json::parse(listed.out);  // throws on anything but valid UTF-8 JSON
   ASSERT_EQ(json["groups"].size(), 1u);
   EXPECT_EQ(json["groups"][0]["items"].size(), 1u);
+}
+
+std::int64_t bytesInMemory(const std::string& path) {
+  const auto result = runProcess({"fincore", "--bytes", "--noheadings", "--output", "RES", path});
+  return result.code == 0 ? std::stoll(result.out) : -1;
+}
+
+void evictFromMemory(const std::string& path) {
+  const UniqueFd fd{::open(path.c_str(), O_RDONLY | O_CLOEXEC)};
+  ASSERT_TRUE(fd);
+  ASSERT_EQ(::fdatasync(fd.get()), 0);
+  ASSERT_EQ(::posix_fadvise(fd.get(), 0, 0, POSIX_FADV_DONTNEED), 0);
+}
+
+TEST(DuplicateFinder, HashingLeavesLargeFilesOutOfMemoryUnlessTheyWereInUse) {
+  FakeHome home;
+  if (runProcess({"sh", "-c", "command -v fincore"}).code != 0) GTEST_SKIP() << "fincore is not installed";
+  const std::string data = randomBytes(8 << 20, 18);
+  const auto cold1 = put(home / "p/cold-1.bin", data);
+  const auto cold2 = put(home / "p/cold-2.bin", data);
+  const auto warm = put(home / "p/warm.bin", data);
+  evictFromMemory(cold1);
+  evictFromMemory(cold2);
+  ASSERT_EQ(readFile(warm), data);  // someone is using this one
+  ASSERT_EQ(bytesInMemory(cold1), 0) << "this file system keeps pages it was asked to drop";
+
+  EXPECT_EQ(pathSets(Dedupe::scan({home / "p"})), (std::set<Paths>{{cold1, cold2, warm}}));
+
+  // Only the first 64 KiB that every candidate gets hashed by stay behind.
+  EXPECT_LE(bytesInMemory(cold1), 65'536);
+  EXPECT_LE(bytesInMemory(cold2), 65'536);
+  EXPECT_EQ(bytesInMemory(warm), 8 << 20);
 }
 
 }  // namespace
