@@ -5,7 +5,7 @@
 #          the tree: duperemove -dr and jdupes -B -r; compares time and space returned
 # Usage: bench/dedupe_bench.sh [scan|share|all]
 # Environment: TIDEWARDEN (binary), BENCH_DIR (work folder, default /tmp/tw-bench),
-# RUNS (hyperfine runs, default 3). Sharing needs root for the loop mount.
+# RUNS (hyperfine runs, default 3), TOOLS (the sharing tools to time). Sharing needs root for the loop mount.
 set -euo pipefail
 
 root=$(cd "$(dirname "$0")/.." && pwd)
@@ -60,7 +60,7 @@ share() {
   printf '%-12s %10s %10s %14s\n' tool seconds "peak MiB" "space returned" | tee "$out/dedupe-share.txt"
   # jdupes -B also shares files below 32 KiB, which tidewarden leaves alone by design;
   # the "jdupes-32k" row holds it to the same floor.
-  for tool in tidewarden duperemove jdupes jdupes-32k; do
+  for tool in ${TOOLS:-tidewarden duperemove jdupes jdupes-32k}; do
     rm -rf "${mnt:?}"/*
     mkdir -p "$mnt/home"
     cp -a --reflink=never "$tree" "$mnt/home/tree"

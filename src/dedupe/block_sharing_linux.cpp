@@ -89,6 +89,10 @@ ShareOutcome shareWithKept(const std::string& keep, const FileState& keepState, 
   const auto copyNow = openFileState(copyFd.get());
   if (!copyNow || !copyState.unchangedIn(*copyNow)) return failure(ShareOutcome::Status::changedWhileSharing);
 
+  // The kernel compares the two files page by page, reading any page that is not in
+  // memory on its own; ask for both files in large reads first.
+  (void)::posix_fadvise(keepFd.get(), 0, copyState.size, POSIX_FADV_WILLNEED);
+  (void)::posix_fadvise(copyFd.get(), 0, copyState.size, POSIX_FADV_WILLNEED);
   ShareOutcome outcome = dedupeWhole(keepFd.get(), copyFd.get(), copyState.size);
   const auto after = linkState(copy);
   if (outcome.status == ShareOutcome::Status::shared && (!after || !copyState.unchangedIn(*after))) {
