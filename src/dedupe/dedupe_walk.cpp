@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstdlib>
 #include <memory>
 #include <mutex>
@@ -28,6 +27,7 @@ struct FreeDeleter {
 // The path with every link and "." or ".." piece resolved, so that one folder reached
 // through a link and through its real path is recognised as one.
 std::optional<std::string> resolved(const std::string& path) {
+  if (path.empty()) return std::nullopt;
   std::unique_ptr<char, FreeDeleter> real(::realpath(standardizePath(path).c_str(), nullptr));
   if (!real) return std::nullopt;
   return std::string(real.get());

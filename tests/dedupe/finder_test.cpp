@@ -10,6 +10,7 @@
 #include "core/file_flags.h"
 #include "core/unique_fd.h"
 #include "dedupe/dedupe.h"
+#include "dedupe/dedupe_walk.h"
 #include "dedupe_fixtures.h"
 #include "support/fake_home.h"
 #include "support/loop_volume.h"
@@ -116,6 +117,21 @@ TEST(DuplicateFinder, OneFileReachedThroughTwoRootsALinkOrDotIsNeverASetWithItse
   EXPECT_EQ(sets[0].paths, (Paths{first, second}));
   // Only the link given as a root: the set names the files by their real paths.
   EXPECT_EQ(pathSets(Dedupe::scan({home / "link-to-p"})), (std::set<Paths>{{first, second}}));
+}
+
+TEST(DuplicateFinder, RootsInsideOtherRootsRepeatedOrMissingAreDropped) {
+  FakeHome home;
+  makeFolders(home / "p/sub");
+  std::filesystem::create_directory_symlink(home / "p", home / "link-to-p");
+  put(home / "a-file", "not a folder");
+
+  const auto roots = dedupe::walkRoots(
+      {home / "p/sub", home / "link-to-p", home / "p/", home / "a-file", home / "gone", "", home / "p/sub/../sub"});
+  ASSERT_EQ(roots.size(), 1u);
+  EXPECT_EQ(roots[0].path, home / "p");
+  const auto everything = dedupe::walkRoots({home / "p", "/", home.path()});
+  ASSERT_EQ(everything.size(), 1u);
+  EXPECT_EQ(everything[0].path, "/");
 }
 
 TEST(DuplicateFinder, AFolderMountedTwiceInsideTheRootIsWalkedOnce) {
