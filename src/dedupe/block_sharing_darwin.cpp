@@ -4,6 +4,7 @@
 #include <sys/acl.h>
 #include <sys/attr.h>
 #include <sys/clonefile.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
@@ -198,6 +199,9 @@ ShareOutcome shareWithKept(const std::string& keep, const FileState& keepState, 
 }
 
 bool volumeCanShare(const std::string& path) {
+  // Volume attributes are answered for the volume's root only.
+  struct statfs volume {};
+  if (::statfs(path.c_str(), &volume) != 0) return false;
   attrlist list{};
   list.bitmapcount = ATTR_BIT_MAP_COUNT;
   list.volattr = ATTR_VOL_INFO | ATTR_VOL_CAPABILITIES;
@@ -205,7 +209,7 @@ bool volumeCanShare(const std::string& path) {
     std::uint32_t length;
     vol_capabilities_attr_t capabilities;
   } __attribute__((packed)) reply{};
-  if (::getattrlist(path.c_str(), &list, &reply, sizeof reply, 0) != 0) return false;
+  if (::getattrlist(volume.f_mntonname, &list, &reply, sizeof reply, 0) != 0) return false;
   const auto& format = reply.capabilities;
   return (format.valid[VOL_CAPABILITIES_INTERFACES] & format.capabilities[VOL_CAPABILITIES_INTERFACES] &
           VOL_CAP_INT_CLONE) != 0;
