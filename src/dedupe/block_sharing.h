@@ -16,7 +16,7 @@ struct ShareOutcome {
     failed,       // `error` says why
     keepChanged,
     changedWhileSharing,
-    // Steps of replacing the copy by a prepared clone, where the platform works that way.
+    // Where the platform replaces the copy by a prepared clone instead of sharing in place.
     prepareFailed,
     resetAttributesFailed,
     readAttributesFailed,

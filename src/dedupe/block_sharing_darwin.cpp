@@ -118,7 +118,7 @@ bool sameDates(const struct stat& a, const struct stat& b) {
   return same(a.st_birthtimespec, b.st_birthtimespec) && same(a.st_mtimespec, b.st_mtimespec);
 }
 
-// Steps 11 to 16: the clone at `clone` gets everything of the copy but its data.
+// Gives the clone everything of the copy but its data, then checks that it took.
 Status dressClone(const std::string& clone, const std::string& copy, const struct stat& copyInfo) {
   if (::lchflags(clone.c_str(), 0) != 0 || ::lchmod(clone.c_str(), 0600) != 0) return Status::prepareFailed;
   const auto inherited = xattrNames(clone);
