@@ -41,12 +41,12 @@ void printItems(const JunkCategory& category) {
 void printText(const JunkCategories& categories, bool withItems, std::int64_t total, std::int64_t safeTotal) {
   std::vector<std::vector<std::string>> rows;
   for (const auto& category : categories) {
-    rows.push_back({Rules::safeCategories().contains(category->id) ? "✓" : "", category->title,
-                    byteFormatter(category->total()),
+    const std::string mark = Rules::safeCategories().contains(category->id) ? "✓ " : "  ";
+    rows.push_back({mark + category->title, byteFormatter(category->total()),
                     plural(static_cast<std::int64_t>(category->items().size()), "item")});
   }
   // One aligned table, with each category's note and paths printed under its own line.
-  const auto lines = splitLines(formatTable(rows, {Align::left, Align::left, Align::right, Align::right}));
+  const auto lines = splitLines(formatTable(rows, {Align::left, Align::right, Align::right}));
   for (std::size_t index = 0; index < categories.size() && index < lines.size(); ++index) {
     std::printf("%s\n", lines[index].c_str());
     if (const auto& note = categories[index]->note()) std::printf("      %s\n", printable(*note).c_str());

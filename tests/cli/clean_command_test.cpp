@@ -187,7 +187,9 @@ TEST(CleanCommand, ALinkToOutsideTheHomeGoesWithoutItsTarget) {
   const RunResult result = tidewarden("macos", {"clean", "--safe", "--yes"});
   EXPECT_EQ(result.code, 0) << result.out;
   EXPECT_TRUE(exists(target + "/precious"));
-  if (listing["safeTotal"] != 0) EXPECT_FALSE(exists(home / "Library/Caches/linked"));
+  if (listing["safeTotal"] != 0) {
+    EXPECT_FALSE(exists(home / "Library/Caches/linked"));
+  }
   removeTree(outside);
 }
 

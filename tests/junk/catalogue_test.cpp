@@ -96,9 +96,9 @@ TEST(SmartCleanCatalogue, UnreadableTrashBecomesANoteInThePlatformsWords) {
   EXPECT_TRUE(category(mac, "trash").items().empty());
   EXPECT_EQ(relativeItems(category(mac, "caches"), home), std::set<std::string>{"Library/Caches/still-found"});
 
-  const auto linux = JunkModel::makeCategories(linuxJunkTable());
-  (void)scanJunk(linux);
-  EXPECT_EQ(category(linux, "trash").note(),
+  const auto onLinux = JunkModel::makeCategories(linuxJunkTable());
+  (void)scanJunk(onLinux);
+  EXPECT_EQ(category(onLinux, "trash").note(),
             "Tidewarden can't read your Trash folder (~/.local/share/Trash/files). Check its permissions to empty the "
             "Trash here.");
 }
