@@ -1,8 +1,9 @@
 // Scans the Smart Clean catalogue of a generated home (bench/make_junk_home.py) the way
 // `tidewarden junk` does, concurrently, and with the same work one step after another.
 //
-//   TIDEWARDEN_BENCH_HOME=/tmp/junk-home TIDEWARDEN_JUNK_TABLE=macos ./junk_scan \
+//   TIDEWARDEN_BENCH_HOME=/tmp/junk-home TIDEWARDEN_JUNK_TABLE=macos ./junk_scan
 //       --benchmark_repetitions=10 --benchmark_report_aggregates_only=true
+// (bench/junk.sh runs it that way.)
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
