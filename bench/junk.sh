@@ -10,11 +10,10 @@ set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 table=${1:-macos}
 files=${2:-200000}
-# RelWithDebInfo (-O2) like the tests: g++ 12 at -O3 trips a false -Wrestrict in shared code.
 build="$root/build-bench"
 home="${TMPDIR:-/tmp}/tw-junk-bench-$table-$files"
 
-cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DTIDEWARDEN_BENCH=ON -DTIDEWARDEN_TESTS=OFF >/dev/null
+cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DTIDEWARDEN_BENCH=ON -DTIDEWARDEN_TESTS=OFF >/dev/null
 cmake --build "$build" --target tidewarden junk_scan
 
 if [ ! -d "$home" ]; then
