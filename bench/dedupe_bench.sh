@@ -27,6 +27,8 @@ use_home() {
   export HOME=$1 XDG_CONFIG_HOME=$1/.config XDG_DATA_HOME=$1/.local/share XDG_CACHE_HOME=$1/.cache
 }
 
+# Peers write their result files by replacing them, so they are never given /dev/null
+# as an output file (as root that would swap the device for a regular file).
 peak_memory() {  # prints the peak resident size of a command in MiB
   /usr/bin/time -f "%M" -o "$work/time.txt" "$@" >/dev/null 2>&1 || true
   echo $(( $(tail -1 "$work/time.txt") / 1024 ))
@@ -38,12 +40,12 @@ scan() {
   hyperfine --warmup 1 --runs "$runs" --export-markdown "$out/dedupe-scan.md" \
     -n tidewarden "$binary dedupe --json > /dev/null" \
     -n jdupes "jdupes -r -q '$tree' > /dev/null" \
-    -n rdfind "rdfind -dryrun true -outputname /dev/null '$tree' > /dev/null" \
-    -n rmlint "rmlint -T df -o fdupes:/dev/null '$tree' > /dev/null"
+    -n rdfind "rdfind -dryrun true -outputname '$work/rdfind.txt' '$tree' > /dev/null" \
+    -n rmlint "rmlint -T df -o fdupes:stdout '$tree' > /dev/null"
   echo "peak memory (MiB): tidewarden $(peak_memory "$binary" dedupe --json)" \
     "jdupes $(peak_memory jdupes -r -q "$tree")" \
-    "rdfind $(peak_memory rdfind -dryrun true -outputname /dev/null "$tree")" \
-    "rmlint $(peak_memory rmlint -T df -o fdupes:/dev/null "$tree")"
+    "rdfind $(peak_memory rdfind -dryrun true -outputname "$work/rdfind.txt" "$tree")" \
+    "rmlint $(peak_memory rmlint -T df -o fdupes:stdout "$tree")"
 }
 
 image=$work/xfs.img
