@@ -14,6 +14,7 @@
 #include "screens/git_output.h"
 #include "screens/projects.h"
 #include "screens/screen_order.h"
+#include "screens/worktree_paths.h"
 
 namespace tw {
 namespace {
@@ -132,6 +133,7 @@ RepoWorktrees readRepository(const std::string& repo, const std::string& git) {
   RepoWorktrees result;
   result.hasRemote = !trimmed(runGit(git, {"-C", repo, "remote"})).empty();
   result.extra.assign(std::make_move_iterator(entries.begin() + 1), std::make_move_iterator(entries.end()));
+  for (auto& entry : result.extra) entry.path = recordedWorktreePath(entry.path, repo);
   return result;
 }
 

@@ -102,7 +102,9 @@ TEST_F(WorktreesCommand, ListsExtraWorktreesWithTheirStateAndPreselectsOnlySafeO
   EXPECT_EQ(safe["badges"], nlohmann::json({"safe-space", "safe to remove"}));
   EXPECT_TRUE(safe["selected"]);
   EXPECT_TRUE(safe["warning"].is_null());
-  EXPECT_TRUE((*itemNamed(group, "caf\xef\xbf\xbd"))["selected"]);
+  const auto& odd = *itemNamed(group, "caf\xef\xbf\xbd");
+  EXPECT_EQ(odd["badges"], nlohmann::json({"safe-odd", "safe to remove"}));
+  EXPECT_TRUE(odd["selected"]);
 
   const auto& dirtyItem = *itemNamed(group, "dirty");
   EXPECT_EQ(dirtyItem["badges"], nlohmann::json({"dirty", "1 uncommitted"}));

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "core/text.h"
+#include "screens/worktree_paths.h"
 #include "screens/worktrees.h"
 #include "support/fake_home.h"
 #include "support/git_sandbox.h"
@@ -75,6 +77,27 @@ TEST(WorktreeList, MatchesWhatRealGitPrints) {
   EXPECT_THAT(entries, ElementsAre(entry(repo, "main"), entry(home / "wt feature", "feature"),
                                    entry(home / "wt-detached", "detached HEAD", true),
                                    entry(home / "wt-gone", "gone", false, true)));
+}
+
+TEST(WorktreeList, FolderNamesThatAreNotUtf8AreFoundAgainFromGitsRecords) {
+  FakeHome home;
+  GitSandbox git;
+  const std::string repo = home / "repo";
+  git.initRepository(repo);
+  const std::string odd = home / "caf\xe9 \xff";
+  const std::string twin = home / "caf\xe9 \xfe";
+  git.run(repo, {"worktree", "add", "--quiet", "-b", "odd", odd});
+
+  // What the shell runner hands back for it.
+  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), repo), odd);
+  EXPECT_EQ(recordedWorktreePath(odd, repo), odd);
+  EXPECT_EQ(recordedWorktreePath(home / "plain", repo), home / "plain");
+  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), home / "no-repo"), validUtf8(odd));
+
+  // Two folders that read the same once decoded: neither record is trusted.
+  git.run(repo, {"worktree", "add", "--quiet", "-b", "twin", twin});
+  EXPECT_EQ(validUtf8(odd), validUtf8(twin));
+  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), repo), validUtf8(odd));
 }
 
 }  // namespace tw::test
