@@ -6,12 +6,15 @@
 namespace tw::test {
 
 GitSandbox::GitSandbox() {
-  const std::map<std::string, std::string> variables{
+  std::map<std::string, std::string> variables{
       {"GIT_AUTHOR_NAME", "Test Author"},    {"GIT_AUTHOR_EMAIL", "author@example.invalid"},
       {"GIT_COMMITTER_NAME", "Test Author"}, {"GIT_COMMITTER_EMAIL", "author@example.invalid"},
       {"GIT_CONFIG_NOSYSTEM", "1"},          {"GIT_CONFIG_GLOBAL", "/dev/null"},
       {"GIT_TERMINAL_PROMPT", "0"},
   };
+  // The (fake) home's own file, empty unless a test writes it; never the user's.
+  const char* home = std::getenv("HOME");
+  variables.emplace("GIT_CONFIG_GLOBAL", std::string(home != nullptr ? home : "/nonexistent") + "/.gitconfig");
   for (const auto& [name, value] : variables) {
     const char* old = std::getenv(name.c_str());
     saved_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
