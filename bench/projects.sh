@@ -10,7 +10,7 @@
 # mode, --delete-all, deletes or, with --dry-run, sleeps a random time per folder).
 set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
-binary=${1:-$here/../build-bench/src/tidewarden}
+binary=${1:-$here/../build-tests/src/tidewarden}
 shift || true
 root=/tmp/tw-bench-projects
 
