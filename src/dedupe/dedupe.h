@@ -62,8 +62,6 @@ struct Dedupe {
 
   // Extensions of files that change in place (databases, journals, locks): never shared.
   static const std::unordered_set<std::string>& mutableExts();
-  // Package folders that are never entered.
-  static const std::unordered_set<std::string>& packageExts();
 
   // Blocking; sets sorted by the space sharing them frees, largest first.
   [[nodiscard]] static std::vector<DupSet> scan(const std::vector<std::string>& roots);

@@ -153,13 +153,6 @@ const std::unordered_set<std::string>& Dedupe::mutableExts() {
   return extensions;
 }
 
-const std::unordered_set<std::string>& Dedupe::packageExts() {
-  static const std::unordered_set<std::string> extensions{"app",       "photoslibrary", "musiclibrary", "bundle",
-                                                          "framework", "xcodeproj",     "xcworkspace",  "xcarchive",
-                                                          "logicx",    "fcpbundle"};
-  return extensions;
-}
-
 std::string candidatePath(const std::vector<std::string>& dirs, const Dedupe::Candidate& candidate) {
   const std::string& dir = dirs[static_cast<std::size_t>(candidate.dir)];
   return dir == "/" ? "/" + candidate.name : dir + "/" + candidate.name;

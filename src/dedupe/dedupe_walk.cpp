@@ -11,6 +11,7 @@
 
 #include "core/concurrent.h"
 #include "core/home.h"
+#include "screens/projects.h"
 #include "core/path.h"
 #include "lens/disk_scanner.h"
 
@@ -77,7 +78,7 @@ class Walker {
 
   bool skipsFolder(const std::string& parent, const std::string& name, const std::string& path) const {
     if (name == ".git" || name == ".Trash") return true;
-    if (Dedupe::packageExts().contains(pathExtension(name))) return true;
+    if (Projects::bundleExts().contains(pathExtension(name))) return true;
     if (path == homeLibrary_) return true;
     return parent == "/" && DiskScanner::rootSkips().contains(path);
   }
