@@ -2,6 +2,9 @@
 
 namespace tw::CLI {
 
-int cleanCommand(const Args&) { return unavailableCommand("clean"); }
+int cleanCommand(const Args& args) {
+  if (!args.has("safe")) throw UsageError("clean needs --safe (deletes the ✓ categories from `tidewarden junk`)");
+  return unavailableCommand("clean");
+}
 
 }  // namespace tw::CLI

@@ -85,6 +85,10 @@ void emit(const nlohmann::json& value);
 // Text for standard output: invalid UTF-8 replaced so a table never breaks.
 [[nodiscard]] std::string printable(const std::string& text);
 
+// One frame of the spinner: frame, message and status, cut to 100 characters.
+[[nodiscard]] std::string spinnerLine(std::size_t iteration, const std::string& message,
+                                      const std::function<std::string()>& status);
+
 // Shows a spinner on standard error while `work` runs, only when standard error is a
 // terminal and `quiet` is false; the line is erased before this returns.
 void spin(bool quiet, std::function<std::string()> status, const std::string& message,

@@ -2,6 +2,9 @@
 
 namespace tw::CLI {
 
-int historyCommand(const Args&) { return unavailableCommand("history"); }
+int historyCommand(const Args& args) {
+  (void)args.number("limit", 20, 1);
+  return unavailableCommand("history");
+}
 
 }  // namespace tw::CLI

@@ -5,9 +5,7 @@
 namespace tw::CLI {
 namespace {
 
-bool needsQuoting(const std::string& word) {
-  return word.find_first_of(" '\"$`\\()&;|<>*?") != std::string::npos;
-}
+bool needsQuoting(const std::string& word) { return word.find_first_of(" '\"$`\\()&;|<>*?") != std::string::npos; }
 
 std::string describeCommand(const std::vector<std::string>& command) {
   std::string text;
@@ -48,6 +46,7 @@ std::string describe(const DevAction& action) {
           [](const DevAction::Commands& commands) -> std::string {
             std::string text;
             for (const auto& command : commands.commands) {
+              if (command.empty()) continue;  // performing skips them too
               if (!text.empty()) text += " && ";
               text += describeCommand(command);
             }

@@ -1,6 +1,6 @@
+#include <unistd.h>
 #include <semaphore>
 #include <thread>
-#include <unistd.h>
 
 #include "cli/cli.h"
 #include "core/text.h"
@@ -10,16 +10,15 @@ namespace {
 
 constexpr const char* frames[] = {"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦", "⠧", "⠇", "⠏"};
 
-std::string spinnerLine(std::size_t iteration, const std::string& message,
-                        const std::function<std::string()>& status) {
+}  // namespace
+
+std::string spinnerLine(std::size_t iteration, const std::string& message, const std::function<std::string()>& status) {
   std::string line = std::string(frames[iteration % 10]) + " " + message;
   if (status) line += " " + status();
   line = validUtf8(line);
   if (characterCount(line) >= 101) line = firstCharacters(line, 99) + "…";
   return line;
 }
-
-}  // namespace
 
 void Flag::set() {
   std::lock_guard lock(mutex_);

@@ -1,7 +1,7 @@
 #include "core/date.h"
 
-#include <ctime>
 #include <fmt/format.h>
+#include <ctime>
 
 namespace tw {
 namespace {
@@ -25,9 +25,7 @@ bool expect(std::string_view text, std::size_t& at, char c) {
 
 }  // namespace
 
-Date dateFromSeconds(std::int64_t seconds) {
-  return Date{std::chrono::seconds{seconds}};
-}
+Date dateFromSeconds(std::int64_t seconds) { return Date{std::chrono::seconds{seconds}}; }
 
 std::int64_t secondsSince1970(Date date) {
   return std::chrono::floor<std::chrono::seconds>(date.time_since_epoch()).count();
@@ -37,8 +35,8 @@ std::string iso8601(Date date) {
   const std::time_t seconds = static_cast<std::time_t>(secondsSince1970(date));
   std::tm utc{};
   gmtime_r(&seconds, &utc);
-  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1,
-                     utc.tm_mday, utc.tm_hour, utc.tm_min, utc.tm_sec);
+  return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}Z", utc.tm_year + 1900, utc.tm_mon + 1, utc.tm_mday,
+                     utc.tm_hour, utc.tm_min, utc.tm_sec);
 }
 
 std::optional<Date> parseIso8601(std::string_view text) {
@@ -74,11 +72,14 @@ std::optional<Date> parseIso8601(std::string_view text) {
     return std::nullopt;
   }
   if (at != text.size()) return std::nullopt;
-  const auto days = std::chrono::sys_days{std::chrono::year{year} / month / day};
-  if (!std::chrono::year_month_day{days}.ok()) return std::nullopt;
+  const std::chrono::year_month_day calendarDay{std::chrono::year{year},
+                                                std::chrono::month{static_cast<unsigned>(month)},
+                                                std::chrono::day{static_cast<unsigned>(day)}};
+  if (!calendarDay.ok()) return std::nullopt;
+  const auto days = std::chrono::sys_days{calendarDay};
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(days.time_since_epoch()) +
-                       std::chrono::hours{hour} + std::chrono::minutes{minute} +
-                       std::chrono::seconds{second} - std::chrono::seconds{offsetSeconds};
+                       std::chrono::hours{hour} + std::chrono::minutes{minute} + std::chrono::seconds{second} -
+                       std::chrono::seconds{offsetSeconds};
   return Date{seconds};
 }
 
@@ -86,8 +87,8 @@ std::string localDateTime(Date date) {
   const std::time_t seconds = static_cast<std::time_t>(secondsSince1970(date));
   std::tm local{};
   localtime_r(&seconds, &local);
-  return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", local.tm_year + 1900, local.tm_mon + 1,
-                     local.tm_mday, local.tm_hour, local.tm_min);
+  return fmt::format("{:04}-{:02}-{:02} {:02}:{:02}", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                     local.tm_hour, local.tm_min);
 }
 
 }  // namespace tw

@@ -4,8 +4,7 @@
 
 namespace tw {
 
-std::shared_ptr<DevPane> DevPane::make(Provider provider, std::optional<std::string> cacheKey,
-                                       Dispatcher dispatcher) {
+std::shared_ptr<DevPane> DevPane::make(Provider provider, std::optional<std::string> cacheKey, Dispatcher dispatcher) {
   return std::shared_ptr<DevPane>(new DevPane(std::move(provider), std::move(cacheKey), std::move(dispatcher)));
 }
 
@@ -18,9 +17,9 @@ void DevPane::setStaleOnly(bool staleOnly) {
   notify("staleOnly");
 }
 
-std::vector<DevGroupPtr> DevPane::visibleGroups() const {
+std::vector<DevGroupPtr> DevPane::visibleGroups(Date now) const {
   if (!staleOnly_) return groups_;
-  const auto cutoff = std::chrono::system_clock::now() - std::chrono::seconds{staleSeconds};
+  const auto cutoff = now - std::chrono::seconds{staleSeconds};
   std::vector<DevGroupPtr> stale;
   for (const auto& group : groups_) {
     if (group->lastActive && *group->lastActive < cutoff) stale.push_back(group);
@@ -61,9 +60,8 @@ void DevPane::load(std::function<void()> then) {
   auto self = shared_from_this();
   runInBackground([self, started] {
     ProviderResult result = self->provider_();
-    self->dispatcher_([self, started, result = std::move(result)]() mutable {
-      self->apply(std::move(result), started);
-    });
+    self->dispatcher_(
+        [self, started, result = std::move(result)]() mutable { self->apply(std::move(result), started); });
   });
 }
 

@@ -19,8 +19,7 @@ class DevPane : public Observable, public std::enable_shared_from_this<DevPane> 
  public:
   static constexpr std::int64_t staleSeconds = 2'592'000;
 
-  static std::shared_ptr<DevPane> make(Provider provider, std::optional<std::string> cacheKey,
-                                       Dispatcher dispatcher);
+  static std::shared_ptr<DevPane> make(Provider provider, std::optional<std::string> cacheKey, Dispatcher dispatcher);
 
   [[nodiscard]] const std::vector<DevGroupPtr>& groups() const { return groups_; }
   [[nodiscard]] const std::optional<std::string>& note() const { return note_; }
@@ -38,7 +37,7 @@ class DevPane : public Observable, public std::enable_shared_from_this<DevPane> 
   void setStaleOnly(bool staleOnly);
 
   // Groups that the stale filter lets through; every computed value below follows it.
-  [[nodiscard]] std::vector<DevGroupPtr> visibleGroups() const;
+  [[nodiscard]] std::vector<DevGroupPtr> visibleGroups(Date now = std::chrono::system_clock::now()) const;
   [[nodiscard]] std::int64_t total() const;
   [[nodiscard]] std::size_t itemCount() const;
   [[nodiscard]] std::vector<DevItem> selectedItems() const;
@@ -48,8 +47,7 @@ class DevPane : public Observable, public std::enable_shared_from_this<DevPane> 
   void load(std::function<void()> then = nullptr);
 
   // Runs the items' actions (or `override` for each) and reloads; see dev_pane_perform.cpp.
-  void perform(std::vector<DevItem> items, std::optional<DevAction> override,
-               std::function<void()> completion);
+  void perform(std::vector<DevItem> items, std::optional<DevAction> override, std::function<void()> completion);
 
  private:
   DevPane(Provider provider, std::optional<std::string> cacheKey, Dispatcher dispatcher);

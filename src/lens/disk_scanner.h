@@ -20,6 +20,9 @@ namespace tw {
 class FSNode {
  public:
   FSNode(std::string name, bool isDir, FSNode* parent);
+  ~FSNode();
+  FSNode(const FSNode&) = delete;
+  FSNode& operator=(const FSNode&) = delete;
 
   std::string name;  // the full scanned path for the root
   bool isDir = false;
@@ -70,29 +73,42 @@ class DiskScanner {
   DiskScanner(const DiskScanner&) = delete;
   DiskScanner& operator=(const DiskScanner&) = delete;
 
-  // Blocks until the tree is complete.
+  // Blocks until the tree is complete. One scan per scanner.
   [[nodiscard]] std::unique_ptr<FSNode> scan(const std::string& path);
 
   // Progress, readable from another thread while scan() runs.
-  [[nodiscard]] std::int64_t items() const { return items_.load(); }
-  [[nodiscard]] std::int64_t bytes() const { return bytes_.load(); }
+  [[nodiscard]] std::int64_t items() const { return items_.load(std::memory_order_relaxed); }
+  [[nodiscard]] std::int64_t bytes() const { return bytes_.load(std::memory_order_relaxed); }
   [[nodiscard]] std::string current() const;
   void cancel() { cancelled_.store(true); }
   [[nodiscard]] bool cancelled() const { return cancelled_.load(); }
 
  private:
-  void work();
-  void process(FSNode* node, const std::string& path, std::uint64_t device);
-  void complete(FSNode* node);
-
-  std::set<std::string> skip_;
-  mutable std::mutex mutex_;
-  std::condition_variable cond_;
+  // A folder waiting to be listed, with what its parent learned about the file system.
   struct Pending {
     FSNode* node;
     std::string path;
-    std::uint64_t device;
+    std::uint64_t parentDevice;
+    bool sharesExtents;
   };
+  struct LinkKey {
+    std::uint64_t device;
+    std::uint64_t inode;
+    friend bool operator==(const LinkKey&, const LinkKey&) = default;
+  };
+  struct LinkKeyHash {
+    std::size_t operator()(const LinkKey& key) const noexcept;
+  };
+
+  void work();
+  void process(const Pending& folder);
+  void complete(FSNode* node);
+  // True the first time a multiply-linked file is met in this scan.
+  bool firstSighting(const LinkKey& key);
+
+  std::set<std::string> skip_;
+  mutable std::mutex mutex_;  // guards everything below up to linkLock_, except the atomics
+  std::condition_variable cond_;
   std::vector<Pending> stack_;
   bool finished_ = false;
   std::atomic<std::int64_t> items_{0};
@@ -100,8 +116,8 @@ class DiskScanner {
   std::string current_;
   std::unordered_map<const FSNode*, std::int64_t> pending_;
   std::unordered_map<const FSNode*, std::int64_t> ownCount_;
-  std::unordered_set<std::uint64_t> seenLinks_;
-  std::mutex linkLock_;
+  std::mutex linkLock_;  // guards seenLinks_ only; never held together with mutex_
+  std::unordered_set<LinkKey, LinkKeyHash> seenLinks_;
   std::atomic<bool> cancelled_{false};
 };
 

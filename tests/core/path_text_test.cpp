@@ -1,0 +1,54 @@
+#include <gtest/gtest.h>
+
+#include "core/path.h"
+#include "core/text.h"
+#include "support/fake_home.h"
+
+namespace tw {
+namespace {
+
+TEST(StandardizePath, ResolvesDotsAndExtraSlashesWithoutTouchingTheDisk) {
+  EXPECT_EQ(standardizePath("/a//b/./c/"), "/a/b/c");
+  EXPECT_EQ(standardizePath("/a/b/../c"), "/a/c");
+  EXPECT_EQ(standardizePath("/../../x"), "/x");
+  EXPECT_EQ(standardizePath("/"), "/");
+  EXPECT_EQ(standardizePath("a/../../b"), "../b");
+  EXPECT_EQ(standardizePath(""), ".");
+}
+
+TEST(PathPieces, LastComponentParentAndExtension) {
+  EXPECT_EQ(lastPathComponent("/a/b/c/"), "c");
+  EXPECT_EQ(lastPathComponent("/"), "/");
+  EXPECT_EQ(parentPath("/a"), "/");
+  EXPECT_EQ(parentPath("/a/b/"), "/a");
+  EXPECT_EQ(pathExtension("Setup.DMG"), "dmg");
+  EXPECT_EQ(pathExtension("archive.pkg.zip"), "zip");
+  EXPECT_EQ(pathExtension("README"), "");
+  EXPECT_EQ(joinPath("/", "etc"), "/etc");
+  EXPECT_EQ(joinPath("/a", "b"), "/a/b");
+}
+
+TEST(TildePath, ReplacesOnlyAWholeHomePrefix) {
+  test::FakeHome home;
+  EXPECT_EQ(tildePath(home.path()), "~");
+  EXPECT_EQ(tildePath(home / "Developer/x"), "~/Developer/x");
+  EXPECT_EQ(tildePath(home.path() + "-other/x"), home.path() + "-other/x");
+  EXPECT_EQ(tildePath("/etc"), "/etc");
+}
+
+TEST(ValidUtf8, ReplacesEveryInvalidSequenceAndKeepsValidText) {
+  EXPECT_EQ(validUtf8("plain ✓ ü"), "plain ✓ ü");
+  EXPECT_EQ(validUtf8("bad\xff name"), "bad\xEF\xBF\xBD name");
+  EXPECT_EQ(validUtf8("\xC3"), "\xEF\xBF\xBD");             // truncated sequence
+  EXPECT_EQ(validUtf8("\xED\xA0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");  // surrogate
+  EXPECT_EQ(validUtf8("\xC0\xAF"), "\xEF\xBF\xBD\xEF\xBF\xBD");  // overlong slash
+}
+
+TEST(CharacterCount, CountsCodePointsNotBytes) {
+  EXPECT_EQ(characterCount("abc"), 3u);
+  EXPECT_EQ(characterCount("⠋ …"), 3u);
+  EXPECT_EQ(firstCharacters("⠋⠙⠹x", 2), "⠋⠙");
+}
+
+}  // namespace
+}  // namespace tw

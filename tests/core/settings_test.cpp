@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include "core/app_paths.h"
+#include "core/settings.h"
+#include "support/fake_home.h"
+
+namespace tw {
+namespace {
+
+TEST(Settings, RegisteredDefaultsAnswerUntilAValueIsStoredAndTheFileSurvivesAReload) {
+  test::FakeHome home;
+  auto& settings = Settings::shared();
+  settings.registerDefaults({{"lowSpaceGB", 20}, {"lowSpaceAlert", true}});
+  EXPECT_EQ(settings.integer("lowSpaceGB"), 20);
+  EXPECT_TRUE(settings.boolean("lowSpaceAlert"));
+  EXPECT_FALSE(settings.value("ruleSmartClean").has_value());
+
+  settings.set("lowSpaceGB", 35);
+  settings.set("projectRoots", nlohmann::json::array({home / "code", home / "work"}));
+  const auto stored = nlohmann::json::parse(test::readFile(settingsFilePath()));
+  EXPECT_EQ(stored["lowSpaceGB"], 35);
+  EXPECT_FALSE(stored.contains("lowSpaceAlert"));
+  EXPECT_EQ(settings.stringList("projectRoots")->size(), 2u);
+
+  settings.remove("lowSpaceGB");
+  EXPECT_EQ(settings.integer("lowSpaceGB"), 20);
+}
+
+TEST(Settings, ADamagedFileReadsAsDefaultsAndIsKeptAsBad) {
+  test::FakeHome home;
+  const std::string damaged = "{\"projectRoots\": [\"/x\"";
+  test::writeFile(settingsFilePath(), damaged);
+  auto& settings = Settings::shared();
+  EXPECT_FALSE(settings.value("projectRoots").has_value());
+  EXPECT_EQ(test::readFile(settingsFilePath() + ".bad"), damaged);
+
+  settings.set("menuBarEnabled", false);
+  EXPECT_EQ(test::readFile(settingsFilePath() + ".bad"), damaged);
+  EXPECT_FALSE(nlohmann::json::parse(test::readFile(settingsFilePath()))["menuBarEnabled"].get<bool>());
+}
+
+TEST(Settings, ANonObjectOrNonUtf8FileIsTreatedAsDamaged) {
+  test::FakeHome home;
+  test::writeFile(settingsFilePath(), "[1, 2, 3]");
+  EXPECT_FALSE(Settings::shared().value("anything").has_value());
+  EXPECT_TRUE(test::exists(settingsFilePath() + ".bad"));
+
+  test::FakeHome other;
+  test::writeFile(settingsFilePath(), "{\"projectRoots\": [\"/caf\xe9\"]}");
+  EXPECT_FALSE(Settings::shared().value("projectRoots").has_value());
+  EXPECT_TRUE(test::exists(settingsFilePath() + ".bad"));
+}
+
+TEST(DevSettings, ProjectRootsFallBackToHomeOnlyWhenTheKeyIsAbsent) {
+  test::FakeHome home;
+  EXPECT_EQ(DevSettings::projectRoots(), std::vector<std::string>{home.path()});
+  Settings::shared().set("projectRoots", nlohmann::json::array({home / "code//", "relative/ignored"}));
+  EXPECT_EQ(DevSettings::projectRoots(), std::vector<std::string>{home / "code"});
+  Settings::shared().set("projectRoots", nlohmann::json::array());
+  EXPECT_TRUE(DevSettings::projectRoots().empty());
+}
+
+}  // namespace
+}  // namespace tw
