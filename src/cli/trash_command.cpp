@@ -7,7 +7,6 @@
 #include "core/format.h"
 #include "core/measure.h"
 #include "trash/trash_layout.h"
-#include "trash/trash_model.h"
 #include "trash/trash_reader.h"
 #include "trash/trash_removal.h"
 
@@ -23,7 +22,7 @@ struct HomeTrash {
 };
 
 HomeTrash readHomeTrash() {
-  HomeTrash trash{TrashModel::trashDirs().front(), {}};
+  HomeTrash trash{TrashLayout::homeDir(), {}};
   TrashListing listing = readTrashFolder(trash.dir);
   if (!listing.readable) {
     throw std::runtime_error("can't read " + tilde(trash.dir.dir) + ". " + TrashLayout::unreadableAdvice());

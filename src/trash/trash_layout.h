@@ -25,6 +25,9 @@ struct TrashLayout {
   // then those of mounted volumes that exist.
   [[nodiscard]] static std::vector<TrashDir> dirs();
 
+  // The home Trash alone (the first of dirs()), without looking at any volume.
+  [[nodiscard]] static TrashDir homeDir();
+
   // Origin and trash date of each named entry of `dir`, as far as they are recorded.
   [[nodiscard]] static std::map<std::string, Record> records(const TrashDir& dir, const std::set<std::string>& names);
 

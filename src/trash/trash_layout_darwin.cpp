@@ -33,6 +33,8 @@ std::vector<TrashDir> TrashLayout::dirs() {
   return FinderLayout::trashDirs(homeDirectory(), "/Volumes", static_cast<unsigned>(::getuid()));
 }
 
+TrashDir TrashLayout::homeDir() { return {joinPath(homeDirectory(), ".Trash"), "/"}; }
+
 std::map<std::string, TrashLayout::Record> TrashLayout::records(const TrashDir& dir,
                                                                 const std::set<std::string>& names) {
   const auto putBacks = FinderLayout::putBackInfo(dir.dir, names);

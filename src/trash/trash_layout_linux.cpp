@@ -24,6 +24,8 @@ std::vector<TrashDir> TrashLayout::dirs() {
   return FreedesktopLayout::trashDirs(currentDataHome(), mountedVolumes(), static_cast<unsigned>(::getuid()));
 }
 
+TrashDir TrashLayout::homeDir() { return FreedesktopLayout::trashDirs(currentDataHome(), {}, 0).front(); }
+
 std::map<std::string, TrashLayout::Record> TrashLayout::records(const TrashDir& dir,
                                                                 const std::set<std::string>& names) {
   const std::string top = FreedesktopLayout::topDir(dir, currentDataHome());

@@ -89,7 +89,8 @@ const std::vector<TrashModel::Sort>& TrashModel::allSorts() {
   return sorts;
 }
 
-TrashModel::TrashModel(Dispatcher owner) : owner_(std::move(owner)), self_(std::make_shared<TrashModel*>(this)) {}
+TrashModel::TrashModel(Dispatcher owner, DirsSource dirs)
+    : owner_(std::move(owner)), dirs_(std::move(dirs)), self_(std::make_shared<TrashModel*>(this)) {}
 
 TrashModel::~TrashModel() = default;
 
@@ -175,9 +176,9 @@ void TrashModel::startLoad(std::function<void()> then) {
   loading_ = true;
   notify("loading");
   // The background side gets only copies and a way to post back, never `this`.
-  runInBackground([poster = poster(), generation] {
+  runInBackground([poster = poster(), dirsSource = dirs_, generation] {
     Loaded loaded;
-    const auto dirs = trashDirs();
+    const auto dirs = dirsSource();
     for (std::size_t index = 0; index < dirs.size(); ++index) {
       TrashListing listing = readTrashFolder(dirs[index]);
       // Volume Trashes that cannot be read are skipped quietly; only the home Trash counts.
@@ -283,31 +284,32 @@ void TrashModel::finishWork(std::string message, std::function<void()> completio
 
 void TrashModel::deleteItems(std::vector<TrashItem> items, std::function<void()> completion) {
   // Only direct children of a Trash folder are ever touched.
-  items = inTrash(items, trashDirs());
+  items = inTrash(items, dirs_());
   needsAdmin_.clear();
   blocked_.clear();
   notify("needsAdmin");
   notify("blocked");
   beginWork(static_cast<std::int64_t>(items.size()));
-  runInBackground([items = std::move(items), poster = poster(), completion = std::move(completion)]() mutable {
-    std::atomic<std::int64_t> done{0};
-    TrashRemoval removal = removeFromTrash(items, trashDirs(), [&] {
-      const std::int64_t count = ++done;
-      poster([count](TrashModel& model) {
-        model.progress_ = std::max(model.progress_, count);
-        model.notify("progress");
+  runInBackground(
+      [items = std::move(items), poster = poster(), dirs = dirs_, completion = std::move(completion)]() mutable {
+        std::atomic<std::int64_t> done{0};
+        TrashRemoval removal = removeFromTrash(items, dirs(), [&] {
+          const std::int64_t count = ++done;
+          poster([count](TrashModel& model) {
+            model.progress_ = std::max(model.progress_, count);
+            model.notify("progress");
+          });
+        });
+        poster([removal = std::move(removal), completion = std::move(completion)](TrashModel& model) mutable {
+          model.needsAdmin_ = removal.needsAdmin;
+          model.blocked_ = removal.blocked;
+          model.notify("needsAdmin");
+          model.notify("blocked");
+          model.finishWork(TrashMessages::deleted(removal.removed.size(), removal.freed, removal.needsAdmin.size(),
+                                                  removal.blocked.size()),
+                           std::move(completion));
+        });
       });
-    });
-    poster([removal = std::move(removal), completion = std::move(completion)](TrashModel& model) mutable {
-      model.needsAdmin_ = removal.needsAdmin;
-      model.blocked_ = removal.blocked;
-      model.notify("needsAdmin");
-      model.notify("blocked");
-      model.finishWork(TrashMessages::deleted(removal.removed.size(), removal.freed, removal.needsAdmin.size(),
-                                              removal.blocked.size()),
-                       std::move(completion));
-    });
-  });
 }
 
 void TrashModel::deleteWithAdmin(std::function<void()> completion) {
@@ -317,8 +319,8 @@ void TrashModel::deleteWithAdmin(std::function<void()> completion) {
     return;
   }
   beginWork(static_cast<std::int64_t>(paths.size()));
-  runInBackground([paths, poster = poster(), completion = std::move(completion)]() mutable {
-    const auto dirs = trashDirs();
+  runInBackground([paths, poster = poster(), dirsSource = dirs_, completion = std::move(completion)]() mutable {
+    const auto dirs = dirsSource();
     std::vector<std::string> targets;
     std::vector<std::int64_t> bytes;
     for (const auto& path : paths) {
@@ -361,11 +363,11 @@ void TrashModel::deleteWithAdmin(std::function<void()> completion) {
 
 void TrashModel::emptyWithFinder(std::function<void()> completion) {
   beginWork(0);
-  runInBackground([poster = poster(), completion = std::move(completion)]() mutable {
+  runInBackground([poster = poster(), dirs = dirs_, completion = std::move(completion)]() mutable {
     const auto result = TrashLayout::emptyWithFileManager();
     std::vector<std::string> remaining;
     if (result != TrashLayout::FileManagerResult::unavailable) {
-      for (const auto& dir : trashDirs()) {
+      for (const auto& dir : dirs()) {
         for (auto& item : readTrashFolder(dir).items) remaining.push_back(std::move(item.path));
       }
     }
@@ -379,13 +381,14 @@ void TrashModel::emptyWithFinder(std::function<void()> completion) {
 
 void TrashModel::putBack(std::vector<TrashItem> items, std::function<void()> completion) {
   beginWork(static_cast<std::int64_t>(items.size()));
-  runInBackground([items = std::move(items), poster = poster(), completion = std::move(completion)]() mutable {
-    const PutBackResult result = putBackItems(items, trashDirs());
-    std::string message = TrashMessages::putBack(result.restored.size(), result.failures);
-    poster([message = std::move(message), completion = std::move(completion)](TrashModel& model) mutable {
-      model.finishWork(std::move(message), std::move(completion));
-    });
-  });
+  runInBackground(
+      [items = std::move(items), poster = poster(), dirs = dirs_, completion = std::move(completion)]() mutable {
+        const PutBackResult result = putBackItems(items, dirs());
+        std::string message = TrashMessages::putBack(result.restored.size(), result.failures);
+        poster([message = std::move(message), completion = std::move(completion)](TrashModel& model) mutable {
+          model.finishWork(std::move(message), std::move(completion));
+        });
+      });
 }
 
 }  // namespace tw

@@ -28,7 +28,10 @@ class TrashModel : public Observable {
   [[nodiscard]] static std::string_view title(Sort sort);  // "Size", "Date Deleted", "Name"
   [[nodiscard]] static const std::vector<Sort>& allSorts();
 
-  explicit TrashModel(Dispatcher owner);
+  // Where the model looks for Trash folders; every volume's by default.
+  using DirsSource = std::function<std::vector<TrashDir>()>;
+
+  explicit TrashModel(Dispatcher owner, DirsSource dirs = &TrashModel::trashDirs);
   ~TrashModel();
 
   // --- class-level ---
@@ -92,6 +95,7 @@ class TrashModel : public Observable {
   [[nodiscard]] Poster poster() const;
 
   Dispatcher owner_;
+  DirsSource dirs_;
   // Background work holds this weakly, so results arriving after destruction are dropped.
   std::shared_ptr<TrashModel*> self_;
   std::uint64_t generation_ = 0;

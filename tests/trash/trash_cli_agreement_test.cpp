@@ -41,7 +41,7 @@ TEST(TrashCliAgreement, WhatTrashPutTrashedShowsWithTheSameOriginAndDate) {
   const auto listed = trashList(home.path());
   ASSERT_EQ(listed.size(), 4u);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
   model.load();
   settle(model, queue);
@@ -66,7 +66,7 @@ TEST(TrashCliAgreement, AnItemPutBackLandsWhereTrashListSaidItCameFrom) {
   const auto listed = trashList(home.path());
   ASSERT_EQ(listed.size(), 1u);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
   ASSERT_EQ(model.items().size(), 1u);
@@ -92,7 +92,7 @@ TEST(TrashCliAgreement, ItemsOnASecondFileSystemUseThatVolumesTrash) {
   const auto listed = trashList(volume);
   ASSERT_EQ(listed.size(), 1u);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
   model.load();
   settle(model, queue);

@@ -86,6 +86,16 @@ inline std::vector<TrashListLine> trashList(const std::string& under) {
   return lines;
 }
 
+// The Trash folders the model would find, kept to those inside `folder`: a test never
+// lists or deletes anything in a real Trash of this machine.
+inline TrashModel::DirsSource trashesUnder(const std::string& folder) {
+  return [folder] {
+    auto dirs = TrashModel::trashDirs();
+    std::erase_if(dirs, [&](const TrashDir& dir) { return !dir.dir.starts_with(folder + "/"); });
+    return dirs;
+  };
+}
+
 // Loads a model and drives its owner queue until loading and measuring have finished.
 inline void settle(TrashModel& model, QueueDispatcher& queue) {
   ASSERT_TRUE(queue.runUntil([&] { return model.loaded() && !model.loading() && !model.sizing() && !model.busy(); },

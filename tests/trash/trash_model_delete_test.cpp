@@ -38,7 +38,7 @@ TEST(TrashModelDelete, DeletesItemsForGoodWithTheirInfoFilesAndRecordsThem) {
   writeFile(homeTrashInfo(home) + "/cache.trashinfo", trashInfoText(home / "cache", daysAgo(1)));
   placeInHomeTrash(home, "kept.txt", std::nullopt);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
   std::vector<TrashItem> chosen{*itemNamed(model.items(), "a.log"), *itemNamed(model.items(), "cache")};
@@ -70,7 +70,7 @@ TEST(TrashModelDelete, RefusesAnythingNotDirectlyInsideATrashFolder) {
   writeFilledFile(homeTrashFiles(home) + "/folder/inner.txt", 100);
   const std::string nested = homeTrashFiles(home) + "/folder/inner.txt";
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
 
@@ -97,7 +97,7 @@ TEST(TrashModelDelete, NeverFollowsALinkOutOfTheTrash) {
   makeFolders(homeTrashFiles(home));
   ASSERT_EQ(::symlink(home.folder("Documents").c_str(), (homeTrashFiles(home) + "/docs-link").c_str()), 0);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
   ASSERT_EQ(model.items().size(), 1u);
@@ -116,7 +116,7 @@ TEST(TrashModelDelete, UnlocksImmutableItemsBeforeDeletingThem) {
     GTEST_SKIP() << "this file system or user cannot set the immutable flag";
   }
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
 
@@ -140,7 +140,7 @@ TEST(TrashModelDelete, ItemsThatNeedMoreRightsAreCollectedForTheAdministrator) {
 
   const int outcome = asNobody([&] {
     QueueDispatcher queue;
-    TrashModel model(queue.dispatcher());
+    TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
     model.load();
     if (!queue.runUntil([&] { return model.loaded() && !model.sizing(); }, std::chrono::seconds{30})) return 1;
     bool done = false;
@@ -184,7 +184,7 @@ TEST(TrashModelDelete, WithAdministratorRightsDoesNothingWhenNothingIsPending) {
   FakeHome home;
   placeInHomeTrash(home, "a.txt", std::nullopt);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
   bool completed = false;
@@ -200,7 +200,7 @@ TEST(TrashModelEmptyWithFinder, SaysInOneSentenceThatLinuxHasNoSuchThing) {
   FakeHome home;
   placeInHomeTrash(home, "a.txt", std::nullopt);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
   bool completed = false;

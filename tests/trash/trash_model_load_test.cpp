@@ -16,7 +16,7 @@ TEST(TrashModelLoad, ListsTheHomeTrashWithOriginsAndDates) {
   placeInHomeTrash(home, "report.pdf", trashInfoText(home / "Documents/My%20Report.pdf", deleted), 4096);
   placeInHomeTrash(home, "orphan.bin", std::nullopt, 100);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
   model.load();
   settle(model, queue);
@@ -43,7 +43,7 @@ TEST(TrashModelLoad, HidesTheFindersOwnFiles) {
   placeInHomeTrash(home, ".DS_Store", std::nullopt, 10);
   placeInHomeTrash(home, ".hidden-but-mine", std::nullopt, 10);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
   model.load();
   settle(model, queue);
@@ -57,7 +57,7 @@ TEST(TrashModelLoad, MeasuresFoldersInTheBackgroundAndAnnouncesIt) {
   const std::string folder = homeTrashFiles(home) + "/build";
   for (int i = 0; i < 5; ++i) writeFilledFile(folder + "/part" + std::to_string(i), 20'000);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   std::vector<std::string> changes;
   const auto owner = std::this_thread::get_id();
   bool offThread = false;
@@ -87,7 +87,7 @@ TEST(TrashModelLoad, SelectionKeepsOnlyPathsThatAreStillThere) {
   const std::string kept = placeInHomeTrash(home, "kept.txt", std::nullopt);
   const std::string gone = placeInHomeTrash(home, "gone.txt", std::nullopt);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
   model.setSelection({kept, gone});
@@ -110,7 +110,7 @@ TEST(TrashModelLoad, AnUnreadableHomeTrashIsDeniedNotEmpty) {
   makeFolders(home / ".local/share/Trash");
   ASSERT_EQ(::symlink(elsewhere.c_str(), homeTrashFiles(home).c_str()), 0);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
   model.load();
   settle(model, queue);
@@ -122,7 +122,7 @@ TEST(TrashModelLoad, AnUnreadableHomeTrashIsDeniedNotEmpty) {
 TEST(TrashModelLoad, ATrashNeverUsedIsEmptyAndNotDenied) {
   FakeHome home;
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
   model.load();
   settle(model, queue);
@@ -141,7 +141,7 @@ TEST(TrashModelLoad, DamagedInfoFilesLeaveOnlyWhatTheyCannotTell) {
   placeInHomeTrash(home, "relative", "[Trash Info]\nPath=Music/song.ogg\n");
   placeInHomeTrash(home, "binary", std::string("\0\xff\xfe[Trash Info]\n\x80", 17));
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
   model.load();
   settle(model, queue);
@@ -168,7 +168,7 @@ TEST(TrashModelLoad, AnItemThatCannotBeReadIsListedWithWhatIsKnown) {
 
   const int outcome = asNobody([&] {
     QueueDispatcher queue;
-    TrashModel model(queue.dispatcher());
+    TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
     model.load();
     if (!queue.runUntil([&] { return model.loaded() && !model.sizing(); }, std::chrono::seconds{30})) return 1;
     if (model.denied() || model.items().size() != 1) return 2;
@@ -190,7 +190,7 @@ TEST(TrashModelLoad, AHomeTrashWithoutReadPermissionIsDenied) {
 
   const int outcome = asNobody([&] {
     QueueDispatcher queue;
-    TrashModel model(queue.dispatcher());
+    TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
     model.load();
     if (!queue.runUntil([&] { return model.loaded(); }, std::chrono::seconds{30})) return 1;
     return model.denied() && model.items().empty() ? 0 : 2;
@@ -211,7 +211,7 @@ TEST(TrashModelLoad, ResultsArrivingAfterTheModelIsGoneAreDropped) {
     });
   };
   {
-    TrashModel model(counting);
+    TrashModel model(counting, trashesUnder(home.path()));
     model.load();
     ASSERT_TRUE(queue.runUntil([&] { return model.loaded(); }, std::chrono::seconds{30}));
     ASSERT_TRUE(model.sizing());

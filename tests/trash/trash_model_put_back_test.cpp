@@ -20,7 +20,7 @@ TEST(TrashModelPutBack, MovesItemsHomeCreatingTheirFolderAndDropsTheInfoFile) {
   FakeHome home;
   placeInHomeTrash(home, "thesis.tex", trashInfoText(home / "Papers/2024/thesis.tex", daysAgo(1)));
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
 
@@ -41,7 +41,7 @@ TEST(TrashModelPutBack, NeverReplacesWhatIsNowAtTheOrigin) {
   home.fileWithContents("Desktop/.bashrc", "current");
   placeInHomeTrash(home, ".bashrc", trashInfoText(home / "Desktop/.bashrc", daysAgo(1)), 7);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
 
@@ -60,7 +60,7 @@ TEST(TrashModelPutBack, ItemsWithoutAnOriginStayAndAreNamed) {
   placeInHomeTrash(home, "mystery.bin", std::nullopt);
   placeInHomeTrash(home, "known.txt", trashInfoText(home / "known.txt", daysAgo(1)));
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher());
+  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
   model.load();
   settle(model, queue);
 
