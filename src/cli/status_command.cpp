@@ -1,7 +1,50 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
 #include "cli/commands.h"
+#include "core/format.h"
+#include "lens/volume_info.h"
 
 namespace tw::CLI {
+namespace {
 
-int statusCommand(const Args&) { return unavailableCommand("status"); }
+constexpr int kBarCells = 30;
+
+std::string repeated(const std::string& text, int count) {
+  std::string out;
+  for (int i = 0; i < count; ++i) out += text;
+  return out;
+}
+
+}  // namespace
+
+int statusCommand(const Args& args) {
+  const VolumeInfo volume = reportedVolume();
+  const std::int64_t used = std::max<std::int64_t>(0, volume.total - volume.available);
+  const double usedShare = volume.total > 0 ? static_cast<double>(used) / static_cast<double>(volume.total) : 0;
+
+  if (args.json()) {
+    emit({{"volume", printable(volume.name)},
+          {"total", volume.total},
+          {"used", used},
+          {"available", volume.available},
+          {"free", volume.availableNow},
+          {"purgeable", volume.purgeable},
+          {"purgeableNote", printable(volume.purgeableNote)},
+          {"usedPercent", decimal(usedShare * 100, 1)}});
+    return 0;
+  }
+  const int full = std::clamp(static_cast<int>(std::lround(usedShare * kBarCells)), 0, kBarCells);
+  std::printf("%s\n", printable(volume.name).c_str());
+  std::printf("  [%s%s] %.0f%% used\n", repeated("█", full).c_str(), repeated("░", kBarCells - full).c_str(),
+              usedShare * 100);
+  table({{"Total", byteFormatter(volume.total)},
+         {"Used", byteFormatter(used)},
+         {"Free", byteFormatter(volume.available), "including purgeable space"},
+         {"Purgeable", byteFormatter(volume.purgeable), volume.purgeableNote}},
+        {Align::left, Align::right}, "  ");
+  return 0;
+}
 
 }  // namespace tw::CLI

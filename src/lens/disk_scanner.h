@@ -67,6 +67,8 @@ class DiskScanner {
   // following links, never crossing into another file system.
   [[nodiscard]] static bool remove(const std::string& path);
   [[nodiscard]] static const std::set<std::string>& rootSkips();
+  // What a scan of `path` leaves out: rootSkips for the whole disk ("/"), nothing otherwise.
+  [[nodiscard]] static std::set<std::string> skipsFor(const std::string& path);
 
   // --- one scan ---
   explicit DiskScanner(std::set<std::string> skip = {});

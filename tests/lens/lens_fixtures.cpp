@@ -1,7 +1,9 @@
 #include "lens/lens_fixtures.h"
 
 #include <fcntl.h>
+#include <grp.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -144,5 +146,30 @@ void makeDeepChain(const std::string& root, int depth, const std::string& name, 
 }
 
 bool permissionsAreIgnored() { return ::geteuid() == 0; }
+
+std::optional<std::int64_t> asNobody(const std::function<std::int64_t()>& work) {
+  if (::geteuid() != 0) return std::nullopt;
+  int channel[2];
+  require(::pipe2(channel, O_CLOEXEC) == 0, "pipe");
+  const pid_t child = ::fork();
+  require(child >= 0, "fork");
+  if (child == 0) {
+    ::close(channel[0]);
+    constexpr uid_t kNobody = 65534;
+    if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) ::_exit(1);
+    const std::int64_t result = work();
+    const bool written = ::write(channel[1], &result, sizeof result) == static_cast<ssize_t>(sizeof result);
+    ::_exit(written ? 0 : 1);
+  }
+  ::close(channel[1]);
+  std::int64_t result = 0;
+  const bool read = ::read(channel[0], &result, sizeof result) == static_cast<ssize_t>(sizeof result);
+  ::close(channel[0]);
+  int status = 0;
+  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  }
+  if (!read || !WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("unprivileged child failed");
+  return result;
+}
 
 }  // namespace tw::test

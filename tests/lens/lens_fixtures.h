@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 
 namespace tw::test {
@@ -47,5 +49,10 @@ void makeDeepChain(const std::string& root, int depth, const std::string& name, 
 
 // Whether the tests run with the power to ignore permissions (root does).
 [[nodiscard]] bool permissionsAreIgnored();
+
+// Runs `work` in a child process as the unprivileged user "nobody", so that permissions
+// apply even when the tests run as root, and returns its result; nothing when the switch is
+// not possible (the tests do not run as root). Folders `work` reads must be open to others.
+[[nodiscard]] std::optional<std::int64_t> asNobody(const std::function<std::int64_t()>& work);
 
 }  // namespace tw::test
