@@ -4,6 +4,7 @@
 
 #include "core/format.h"
 #include "core/history.h"
+#include "core/shell.h"
 #include "core/unique_fd.h"
 #include "trash/trash_fixture.h"
 #include "trash/trash_layout.h"
@@ -154,6 +155,37 @@ TEST(TrashModelDelete, ItemsThatNeedMoreRightsAreCollectedForTheAdministrator) {
 
   EXPECT_EQ(outcome, 0);
   EXPECT_FALSE(exists(homeTrashFiles(home) + "/mine.txt"));
+  EXPECT_TRUE(exists(homeTrashFiles(home) + "/roots/file"));
+}
+
+TEST(TrashModelDelete, WithAdministratorRightsReportsWhatStillCouldNotBeRemoved) {
+  if (Shell::which("pkexec")) GTEST_SKIP() << "pkexec is installed; this checks the message when it is missing";
+  FakeHome home;
+  writeFilledFile(homeTrashFiles(home) + "/roots/file", 100);
+  giveToNobody(home.path());
+  if (::getuid() == 0) {
+    ASSERT_EQ(::lchown((homeTrashFiles(home) + "/roots").c_str(), 0, 0), 0);
+  }
+
+  const int outcome = asNobody([&] {
+    QueueDispatcher queue;
+    TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
+    model.load();
+    if (!queue.runUntil([&] { return model.loaded() && !model.sizing(); }, std::chrono::seconds{30})) return 1;
+    bool done = false;
+    model.deleteItems(model.items(), [&] { done = true; });
+    if (!queue.runUntil([&] { return done; }, std::chrono::seconds{30}) || model.needsAdmin().size() != 1) return 2;
+    done = false;
+    model.deleteWithAdmin([&] { done = true; });
+    if (!queue.runUntil([&] { return done; }, std::chrono::seconds{30})) return 3;
+    if (!model.needsAdmin().empty()) return 4;
+    if (model.blocked() != std::vector<std::string>{homeTrashFiles(home) + "/roots"}) return 5;
+    if (!model.message()->starts_with("Couldn't delete with administrator rights: ")) return 6;
+    if (!model.message()->ends_with(" 1 is protected from deletion by other apps or in use.")) return 7;
+    return model.busy() ? 8 : 0;
+  });
+
+  EXPECT_EQ(outcome, 0);
   EXPECT_TRUE(exists(homeTrashFiles(home) + "/roots/file"));
 }
 
