@@ -42,13 +42,13 @@ hyperfine --warmup 2 --runs "$runs" --export-json "$results/scan.json" \
   -n tidewarden "$tidewarden scan $tree --json" \
   -n du "du -s -B1 $tree" \
   -n gdu "gdu -n -p $tree" \
-  -n ncdu "ncdu -0 -o /dev/null $tree"
+  -n ncdu "ncdu -0 -o - $tree >/dev/null"
 
 peak() { /usr/bin/time -v "$@" 2>&1 >/dev/null | awk -F': ' '/Maximum resident set size/ {print $2}'; }
 tw_kb=$(peak "$tidewarden" scan "$tree" --json)
 gdu_kb=$(peak gdu -n -p "$tree")
 du_kb=$(peak du -s -B1 "$tree")
-ncdu_kb=$(peak ncdu -0 -o /dev/null "$tree")
+ncdu_kb=$(peak sh -c 'ncdu -0 -o - "$1" >/dev/null' sh "$tree")
 
 python3 - "$results/scan.json" "$tw_kb" "$gdu_kb" "$du_kb" "$ncdu_kb" <<'PY'
 import json, sys

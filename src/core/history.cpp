@@ -1,13 +1,169 @@
 #include "core/history.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <mutex>
+
+#include <fmt/format.h>
+#include <simdjson.h>
+
 #include "core/app_paths.h"
+#include "core/file_io.h"
+#include "core/sample_mode.h"
+#include "core/text.h"
+#include "core/uuid.h"
 
 namespace tw {
+namespace {
 
-// Placeholder until the history log lands.
-void History::record(const std::string&, const std::string&, std::int64_t, const std::optional<std::string>&) {}
-std::vector<HistoryEntry> History::entries() { return {}; }
-void History::clear() {}
-std::string History::filePath() { return applicationSupportFolder() + "/history.json"; }
+// 5000 entries take about a megabyte; anything far beyond that is not our file.
+constexpr off_t largestReadableFile = 64 << 20;
+
+// Serialises every read, write and clear of the file within this process.
+std::mutex& historyLock() {
+  static std::mutex lock;
+  return lock;
+}
+
+// Worked out once; the folder is made at that moment (a failure shows up later as an
+// unreadable or unwritable file, which every operation already absorbs).
+const std::string& historyFile() {
+  static const std::string path = [] {
+    const std::string folder = applicationSupportFolder();
+    (void)createDirectories(folder);
+    return folder + "/history.json";
+  }();
+  return path;
+}
+
+std::optional<HistoryEntry> decodeEntry(simdjson::dom::element element) {
+  simdjson::dom::object object;
+  std::string_view id, date, category, name;
+  std::int64_t bytes = 0;
+  if (element.get(object) || object["id"].get(id) || object["date"].get(date) || object["category"].get(category) ||
+      object["name"].get(name) || object["bytes"].get(bytes)) {
+    return std::nullopt;
+  }
+  const auto when = parseIso8601(date);
+  if (!isUuid(id) || !when) return std::nullopt;
+  HistoryEntry entry{std::string(id), *when, std::string(category), std::string(name), bytes, std::nullopt};
+  simdjson::dom::element restore;
+  if (!object["restore"].get(restore) && !restore.is_null()) {
+    std::string_view text;
+    if (restore.get(text)) return std::nullopt;
+    entry.restore = std::string(text);
+  }
+  return entry;
+}
+
+// One bad object spoils the whole file: a partly trusted log is worse than a fresh one.
+// (The parser also rejects text that is not UTF-8.)
+std::vector<HistoryEntry> decode(const std::string& text) {
+  simdjson::dom::parser parser;
+  simdjson::dom::array array;
+  if (parser.parse(simdjson::padded_string(text)).get(array)) return {};
+  std::vector<HistoryEntry> entries;
+  entries.reserve(array.size());
+  for (const auto element : array) {
+    auto entry = decodeEntry(element);
+    if (!entry) return {};
+    entries.push_back(std::move(*entry));
+  }
+  return entries;
+}
+
+// `text` must be valid UTF-8 (stored entries are; new ones are cleaned when recorded).
+void appendString(std::string& out, std::string_view text) {
+  out += '"';
+  std::size_t plainFrom = 0;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    if (c >= 0x20 && c != '"' && c != '\\') continue;
+    out.append(text, plainFrom, i - plainFrom);
+    plainFrom = i + 1;
+    switch (c) {
+      case '"':
+        out += "\\\"";
+        break;
+      case '\\':
+        out += "\\\\";
+        break;
+      case '\n':
+        out += "\\n";
+        break;
+      case '\r':
+        out += "\\r";
+        break;
+      case '\t':
+        out += "\\t";
+        break;
+      default:
+        out += fmt::format("\\u{:04x}", c);
+    }
+  }
+  out.append(text, plainFrom);
+  out += '"';
+}
+
+// Compact JSON, written directly: this runs on every record over up to 5000 entries.
+std::string encode(const std::vector<HistoryEntry>& entries) {
+  std::string out = "[";
+  out.reserve(entries.size() * 200);
+  for (const auto& entry : entries) {
+    if (out.size() > 1) out += ',';
+    out += "{\"id\":";
+    appendString(out, entry.id);
+    out += ",\"date\":\"" + iso8601(entry.date) + "\",\"category\":";
+    appendString(out, entry.category);
+    out += ",\"name\":";
+    appendString(out, entry.name);
+    out += ",\"bytes\":" + std::to_string(entry.bytes);
+    if (entry.restore) {
+      out += ",\"restore\":";
+      appendString(out, *entry.restore);
+    }
+    out += '}';
+  }
+  out += ']';
+  return out;
+}
+
+std::vector<HistoryEntry> readLocked(const std::string& path) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > largestReadableFile) return {};
+  const auto contents = readWholeFile(path);
+  return contents ? decode(*contents) : std::vector<HistoryEntry>{};
+}
+
+}  // namespace
+
+std::string History::filePath() { return historyFile(); }
+
+std::vector<HistoryEntry> History::entries() {
+  const std::string& path = historyFile();
+  std::lock_guard lock(historyLock());
+  return readLocked(path);
+}
+
+void History::record(const std::string& category, const std::string& name, std::int64_t bytes,
+                     const std::optional<std::string>& restore) {
+  if (sampleDataMode()) return;
+  // Read and write under two separate holds of the lock: a recording that races another
+  // in between may lose that one's entry, but every file written is whole.
+  std::vector<HistoryEntry> list = entries();
+  std::lock_guard lock(historyLock());
+  list.push_back({makeUuid(), std::chrono::system_clock::now(), validUtf8(category), validUtf8(name), bytes,
+                  restore ? std::optional(validUtf8(*restore)) : std::nullopt});
+  if (list.size() > cap) list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(cap));
+  // A failed write leaves the file as it was.
+  (void)writeFileAtomically(historyFile(), encode(list));
+}
+
+void History::clear() {
+  const std::string& path = historyFile();
+  std::lock_guard lock(historyLock());
+  ::unlink(path.c_str());
+}
 
 }  // namespace tw

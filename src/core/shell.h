@@ -10,6 +10,8 @@ namespace tw {
 // The one place that starts external tools and finds them by name.
 struct Shell {
   struct Result {
+    // The exit status, or the number of the signal that ended the program (SIGTERM after
+    // a timeout); -1 when it could not be launched.
     std::int32_t code = 0;
     std::string out;
     std::string err;
@@ -22,9 +24,10 @@ struct Shell {
 
   // Runs `executable` (a full path, no lookup) with standard input from the null device,
   // both output streams drained concurrently, and SIGTERM once `timeout` seconds pass.
-  // A launch failure gives code -1 with the reason in `err`.
-  [[nodiscard]] static Result run(const std::string& executable,
-                                  const std::vector<std::string>& arguments, double timeout);
+  // A launch failure gives code -1 with the reason in `err`. Output is decoded as UTF-8
+  // with invalid bytes replaced. Blocks; never call it on the UI thread.
+  [[nodiscard]] static Result run(const std::string& executable, const std::vector<std::string>& arguments,
+                                  double timeout);
 
   // The first executable `name` in searchPaths(); the environment's PATH is not consulted.
   [[nodiscard]] static std::optional<std::string> which(const std::string& name);

@@ -71,7 +71,11 @@ class PaneTest : public ::testing::Test {
   QueueDispatcher queue;
 
   std::shared_ptr<DevPane> paneWith(std::vector<DevGroupPtr> groups) {
-    auto pane = DevPane::make([groups] { return ProviderResult{groups, std::nullopt}; }, "projects", queue.dispatcher());
+    auto pane = DevPane::make(
+        [groups] {
+          return ProviderResult{groups, std::nullopt};
+        },
+        "projects", queue.dispatcher());
     loadAndWait(*pane);
     return pane;
   }
@@ -152,8 +156,11 @@ TEST_F(PaneTest, ThreeLoadsWhileOneRunsCallTheProviderOnceAndEveryCallbackOnceIn
 
 TEST_F(PaneTest, ResultIsAppliedOnTheOwnersThreadInOneStep) {
   const auto owner = std::this_thread::get_id();
-  auto pane = DevPane::make([] { return ProviderResult{{group("g", {})}, std::nullopt}; }, std::nullopt,
-                            queue.dispatcher());
+  auto pane = DevPane::make(
+      [] {
+        return ProviderResult{{group("g", {})}, std::nullopt};
+      },
+      std::nullopt, queue.dispatcher());
   std::vector<std::string> changes;
   std::vector<std::thread::id> threads;
   pane->observe([&](std::string_view property) {

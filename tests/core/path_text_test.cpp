@@ -39,9 +39,9 @@ TEST(TildePath, ReplacesOnlyAWholeHomePrefix) {
 TEST(ValidUtf8, ReplacesEveryInvalidSequenceAndKeepsValidText) {
   EXPECT_EQ(validUtf8("plain ✓ ü"), "plain ✓ ü");
   EXPECT_EQ(validUtf8("bad\xff name"), "bad\xEF\xBF\xBD name");
-  EXPECT_EQ(validUtf8("\xC3"), "\xEF\xBF\xBD");             // truncated sequence
+  EXPECT_EQ(validUtf8("\xC3"), "\xEF\xBF\xBD");                                  // truncated sequence
   EXPECT_EQ(validUtf8("\xED\xA0\x80"), "\xEF\xBF\xBD\xEF\xBF\xBD\xEF\xBF\xBD");  // surrogate
-  EXPECT_EQ(validUtf8("\xC0\xAF"), "\xEF\xBF\xBD\xEF\xBF\xBD");  // overlong slash
+  EXPECT_EQ(validUtf8("\xC0\xAF"), "\xEF\xBF\xBD\xEF\xBF\xBD");                  // overlong slash
 }
 
 TEST(CharacterCount, CountsCodePointsNotBytes) {

@@ -1,0 +1,11 @@
+#include "core/shell.h"
+#include "core/shell_tools.h"
+
+namespace tw {
+
+// Linux has no developer-tools selector and no installer stubs in /usr/bin.
+bool Shell::hasDeveloperTools() { return false; }
+
+bool toolRunsWithoutInstallerPrompt(const std::string&) { return true; }
+
+}  // namespace tw

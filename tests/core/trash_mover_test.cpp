@@ -1,0 +1,238 @@
+#include <gtest/gtest.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <regex>
+
+#include "core/trash_mover.h"
+#include "support/fake_home.h"
+
+namespace tw::test {
+namespace {
+
+std::string homeTrash(const FakeHome& home) { return home / ".local/share/Trash"; }
+
+std::vector<std::string> namesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  std::error_code error;
+  for (const auto& item : std::filesystem::directory_iterator(folder, error)) {
+    names.push_back(item.path().filename().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+unsigned modeOf(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 ? info.st_mode & 07777 : 0;
+}
+
+// Lines of `trash-list`, without their deletion dates.
+std::vector<std::string> trashListPaths() {
+  const auto result = runProcess({"trash-list"});
+  std::vector<std::string> paths;
+  const std::regex line(R"((\d{4}-\d\d-\d\d \d\d:\d\d:\d\d) (.*))");
+  std::size_t start = 0;
+  for (std::size_t end; (end = result.out.find('\n', start)) != std::string::npos; start = end + 1) {
+    std::smatch match;
+    const std::string text = result.out.substr(start, end - start);
+    if (std::regex_match(text, match, line)) paths.push_back(match[2]);
+  }
+  std::sort(paths.begin(), paths.end());
+  return paths;
+}
+
+// trash-restore asks which item to put back; answer "0" for the only one under `folder`.
+RunResult restoreOnlyItemUnder(const std::string& folder) {
+  return runProcess({"/bin/sh", "-c", "echo 0 | trash-restore \"$0\"", folder}, {}, folder);
+}
+
+// A small tmpfs visible only to this test process (its own mount namespace), standing in
+// for a second volume.
+class PrivateVolume {
+ public:
+  PrivateVolume() : path_(makeTempFolder("tw-volume")) {
+    if (::unshare(CLONE_NEWNS) != 0) {
+      reason_ = std::string("can't make a mount namespace: ") + std::strerror(errno);
+    } else if (::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+      reason_ = std::string("can't make mounts private: ") + std::strerror(errno);
+    } else if (::mount("tmpfs", path_.c_str(), "tmpfs", 0, "size=8m,mode=0755") != 0) {
+      reason_ = std::string("can't mount a tmpfs: ") + std::strerror(errno);
+    }
+  }
+  ~PrivateVolume() {
+    if (reason_.empty()) ::umount2(path_.c_str(), MNT_DETACH);
+    ::rmdir(path_.c_str());
+  }
+  PrivateVolume(const PrivateVolume&) = delete;
+  PrivateVolume& operator=(const PrivateVolume&) = delete;
+
+  [[nodiscard]] const std::string& unavailableReason() const { return reason_; }
+  [[nodiscard]] const std::string& path() const { return path_; }
+  [[nodiscard]] std::string operator/(const std::string& relative) const { return path_ + "/" + relative; }
+
+ private:
+  std::string path_;
+  std::string reason_;
+};
+
+}  // namespace
+
+TEST(MoveToTrash, FileGoesToTheHomeTrashWhereTrashCliSeesIt) {
+  FakeHome home;
+  const auto file = home.fileWithContents("Documents/report 100% ready.txt", "report");
+  ASSERT_TRUE(moveToTrash(file));
+  EXPECT_FALSE(exists(file));
+
+  const std::string trash = homeTrash(home);
+  EXPECT_EQ(readFile(trash + "/files/report 100% ready.txt"), "report");
+  const std::string info = readFile(trash + "/info/report 100% ready.txt.trashinfo");
+  EXPECT_TRUE(std::regex_match(info, std::regex("\\[Trash Info\\]\nPath=" + home.path() +
+                                                "/Documents/report%20100%25%20ready\\.txt\n"
+                                                "DeletionDate=\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\n")))
+      << info;
+  EXPECT_EQ(modeOf(trash), 0700u);
+  EXPECT_EQ(modeOf(trash + "/files"), 0700u);
+  EXPECT_EQ(modeOf(trash + "/info"), 0700u);
+
+  EXPECT_EQ(trashListPaths(), std::vector<std::string>{file});
+}
+
+TEST(MoveToTrash, TrashCliPutsAFolderBackWhereItWas) {
+  FakeHome home;
+  home.fileWithContents("Projects/app/build/out/résumé.o", "object");
+  const auto folder = home / "Projects/app/build";
+  ASSERT_TRUE(moveToTrash(folder));
+  EXPECT_FALSE(exists(folder));
+  EXPECT_EQ(trashListPaths(), std::vector<std::string>{folder});
+
+  const auto restored = restoreOnlyItemUnder(home / "Projects/app");
+  EXPECT_EQ(restored.code, 0) << restored.err;
+  EXPECT_EQ(readFile(folder + "/out/résumé.o"), "object");
+  EXPECT_TRUE(trashListPaths().empty());
+  EXPECT_TRUE(namesIn(homeTrash(home) + "/info").empty());
+}
+
+TEST(MoveToTrash, SameNameTwiceGetsAFreeNameAndBothCanBeListed) {
+  FakeHome home;
+  const auto first = home.fileWithContents("a/report.pdf", "first");
+  const auto second = home.fileWithContents("b/report.pdf", "second");
+  const auto third = home.fileWithContents("c/report.pdf", "third");
+  const auto dotfile = home.fileWithContents("a/.profile", "one");
+  const auto dotfileAgain = home.fileWithContents("b/.profile", "two");
+  ASSERT_TRUE(moveToTrash(first));
+  ASSERT_TRUE(moveToTrash(second));
+  // An item left in files/ without its info file must not be overwritten.
+  writeFile(homeTrash(home) + "/files/report.3.pdf", "stray");
+  ASSERT_TRUE(moveToTrash(third));
+  ASSERT_TRUE(moveToTrash(dotfile));
+  ASSERT_TRUE(moveToTrash(dotfileAgain));
+
+  const std::string files = homeTrash(home) + "/files/";
+  EXPECT_EQ(readFile(files + "report.pdf"), "first");
+  EXPECT_EQ(readFile(files + "report.2.pdf"), "second");
+  EXPECT_EQ(readFile(files + "report.3.pdf"), "stray");
+  EXPECT_EQ(readFile(files + "report.4.pdf"), "third");
+  EXPECT_EQ(readFile(files + ".profile.2"), "two");
+  EXPECT_EQ(namesIn(homeTrash(home) + "/info"),
+            (std::vector<std::string>{".profile.2.trashinfo", ".profile.trashinfo", "report.2.pdf.trashinfo",
+                                      "report.4.pdf.trashinfo", "report.pdf.trashinfo"}));
+  auto expected = std::vector<std::string>{dotfile, dotfileAgain, first, second, third};
+  std::sort(expected.begin(), expected.end());
+  EXPECT_EQ(trashListPaths(), expected);
+}
+
+TEST(MoveToTrash, LinkIsTrashedNotWhatItPointsTo) {
+  FakeHome home;
+  const auto target = home.fileWithContents("keep/data.bin", "data");
+  home.folder("links");
+  ASSERT_EQ(::symlink(target.c_str(), (home / "links/data").c_str()), 0);
+  ASSERT_TRUE(moveToTrash(home / "links/data"));
+  EXPECT_FALSE(exists(home / "links/data"));
+  EXPECT_EQ(readFile(target), "data");
+  struct stat info {};
+  ASSERT_EQ(::lstat((homeTrash(home) + "/files/data").c_str(), &info), 0);
+  EXPECT_TRUE(S_ISLNK(info.st_mode));
+}
+
+TEST(MoveToTrash, OriginalPathIsRecordedWithoutLinksInIt) {
+  FakeHome home;
+  const auto file = home.fileWithContents("real/folder/notes.txt", "n");
+  ASSERT_EQ(::symlink((home / "real").c_str(), (home / "alias").c_str()), 0);
+  ASSERT_TRUE(moveToTrash(home / "alias//folder/./notes.txt"));
+  EXPECT_EQ(trashListPaths(), std::vector<std::string>{file});
+}
+
+TEST(MoveToTrash, NothingThereOrNothingMovableFails) {
+  FakeHome home;
+  EXPECT_FALSE(moveToTrash(home / "missing.txt"));
+  EXPECT_FALSE(moveToTrash("relative/path"));
+  EXPECT_FALSE(moveToTrash("/"));
+  EXPECT_TRUE(namesIn(homeTrash(home) + "/info").empty());
+}
+
+TEST(MoveToTrash, FailedMoveLeavesNoInfoFileBehind) {
+  FakeHome home;
+  const auto file = home.fileWithContents("locked/keep.txt", "k");
+  // Entries of an immutable folder cannot be renamed away, not even by root.
+  const auto lock = runProcess({"chattr", "+i", home / "locked"});
+  if (lock.code != 0) GTEST_SKIP() << "can't make a folder immutable here: " << lock.err;
+  const bool moved = moveToTrash(file);
+  (void)runProcess({"chattr", "-i", home / "locked"});
+  EXPECT_FALSE(moved);
+  EXPECT_EQ(readFile(file), "k");
+  EXPECT_TRUE(namesIn(homeTrash(home) + "/info").empty());
+  EXPECT_TRUE(trashListPaths().empty());
+}
+
+TEST(MoveToTrash, ItemOnAnotherVolumeGoesToThatVolumesTrash) {
+  FakeHome home;
+  PrivateVolume volume;
+  if (!volume.unavailableReason().empty()) GTEST_SKIP() << volume.unavailableReason();
+  const auto file = volume / "work/big file.iso";
+  writeFile(file, "iso");
+
+  ASSERT_TRUE(moveToTrash(file));
+  EXPECT_FALSE(exists(file));
+  const std::string trash = volume / (".Trash-" + std::to_string(::getuid()));
+  EXPECT_EQ(modeOf(trash), 0700u);
+  EXPECT_EQ(readFile(trash + "/files/big file.iso"), "iso");
+  const std::string info = readFile(trash + "/info/big file.iso.trashinfo");
+  EXPECT_NE(info.find("\nPath=work/big%20file.iso\n"), std::string::npos) << "relative to the volume: " << info;
+  EXPECT_FALSE(exists(homeTrash(home) + "/files/big file.iso"));
+
+  EXPECT_EQ(trashListPaths(), std::vector<std::string>{file});
+  const auto restored = restoreOnlyItemUnder(volume / "work");
+  EXPECT_EQ(restored.code, 0) << restored.err;
+  EXPECT_EQ(readFile(file), "iso");
+}
+
+TEST(MoveToTrash, PlantedLinkInsteadOfAVolumeTrashIsRefused) {
+  FakeHome home;
+  PrivateVolume volume;
+  if (!volume.unavailableReason().empty()) GTEST_SKIP() << volume.unavailableReason();
+  const auto file = volume / "secret.txt";
+  writeFile(file, "s");
+  home.folder("elsewhere");
+  const std::string trash = volume / (".Trash-" + std::to_string(::getuid()));
+  ASSERT_EQ(::symlink((home / "elsewhere").c_str(), trash.c_str()), 0);
+  EXPECT_FALSE(moveToTrash(file));
+  EXPECT_EQ(readFile(file), "s");
+  EXPECT_TRUE(namesIn(home / "elsewhere").empty());
+}
+
+TEST(MoveToTrash, MountPointItselfIsNotMoved) {
+  FakeHome home;
+  PrivateVolume volume;
+  if (!volume.unavailableReason().empty()) GTEST_SKIP() << volume.unavailableReason();
+  EXPECT_FALSE(moveToTrash(volume.path()));
+  EXPECT_TRUE(exists(volume.path()));
+  EXPECT_TRUE(namesIn(volume.path()).empty());
+}
+
+}  // namespace tw::test
