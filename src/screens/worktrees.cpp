@@ -1,9 +1,230 @@
 #include "screens/worktrees.h"
-#include "screens/registry.h"
+
+#include <sys/stat.h>
+
+#include <map>
+
+#include "core/concurrent.h"
+#include "core/format.h"
+#include "core/path.h"
+#include "core/settings.h"
+#include "core/shell.h"
+#include "core/text.h"
+#include "lens/disk_scanner.h"
+#include "screens/git_output.h"
+#include "screens/projects.h"
+#include "screens/screen_order.h"
+#include "screens/worktree_paths.h"
 
 namespace tw {
+namespace {
 
-// Placeholder until this screen's scanner lands.
-ProviderResult Worktrees::load() { return {{}, unavailableScreenNote}; }
+// One block of the porcelain list: the lines between two empty ones.
+struct Block {
+  Worktrees::Entry entry;
+
+  void read(const std::string& line) {
+    if (line.starts_with("worktree ")) {
+      entry.path = line.substr(9);
+    } else if (line.starts_with("branch ")) {
+      std::string branch = line.substr(7);
+      if (branch.starts_with("refs/heads/")) branch.erase(0, 11);
+      entry.branch = branch;
+    } else if (line == "detached") {
+      entry.branch = "detached HEAD";
+    } else if (line.starts_with("locked")) {
+      entry.locked = true;
+    } else if (line.starts_with("prunable")) {
+      entry.prunable = true;
+    }
+  }
+
+  // A block that never named its folder is no worktree.
+  void finish(std::vector<Worktrees::Entry>& entries) {
+    if (!entry.path.empty()) entries.push_back(std::move(entry));
+    entry = {};
+  }
+};
+
+bool existsWithoutFollowing(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0;
+}
+
+bool isFolder(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::string runGit(const std::string& git, const std::vector<std::string>& arguments) {
+  return Shell::run(git, arguments, Worktrees::timeout).out;
+}
+
+DevItem missingItem(const Worktrees::Entry& entry, const std::string& repo, const std::string& git) {
+  DevItem item;
+  item.id = entry.path;
+  item.name = lastPathComponent(entry.path);
+  item.detail = "Folder is gone; git still tracks it";
+  item.size = 0;
+  item.freeable = 0;
+  item.badges = {{"missing", Badge::Tone::danger}};
+  item.selected = true;
+  item.action = DevAction::commands({{git, "-C", repo, "worktree", "prune"}});
+  return item;
+}
+
+// What git says about the work kept in one worktree.
+struct WorkState {
+  std::int64_t dirty = 0;
+  std::int64_t unpushed = 0;
+  std::optional<Date> lastCommit;
+};
+
+WorkState workState(const std::string& path, const std::string& git, bool hasRemote) {
+  WorkState state;
+  state.dirty = nonEmptyLineCount(runGit(git, {"-C", path, "status", "--porcelain"}));
+  if (hasRemote) {
+    const auto count = wholeNumber(runGit(git, {"-C", path, "rev-list", "--count", "HEAD", "--not", "--remotes"}));
+    state.unpushed = count.value_or(0);
+  }
+  if (const auto seconds = wholeNumber(runGit(git, {"-C", path, "log", "-1", "--format=%ct"}))) {
+    state.lastCommit = dateFromSeconds(*seconds);
+  }
+  return state;
+}
+
+std::vector<Badge> badgesFor(const Worktrees::Entry& entry, const WorkState& state, bool hasRemote) {
+  std::vector<Badge> badges;
+  if (entry.branch) badges.push_back({*entry.branch, Badge::Tone::info});
+  if (state.dirty > 0) badges.push_back({std::to_string(state.dirty) + " uncommitted", Badge::Tone::warn});
+  if (state.unpushed > 0) badges.push_back({std::to_string(state.unpushed) + " unpushed", Badge::Tone::warn});
+  if (!hasRemote) badges.push_back({"no remote", Badge::Tone::warn});
+  if (entry.locked) badges.push_back({"locked", Badge::Tone::danger});
+  if (state.dirty == 0 && state.unpushed == 0 && hasRemote) badges.push_back({"safe to remove", Badge::Tone::ok});
+  return badges;
+}
+
+std::vector<std::string> issuesFor(const Worktrees::Entry& entry, const WorkState& state, bool hasRemote) {
+  std::vector<std::string> issues;
+  if (state.dirty > 0) issues.emplace_back("uncommitted changes");
+  if (state.unpushed > 0 || !hasRemote) issues.emplace_back("commits not on any remote");
+  if (entry.locked) issues.emplace_back("is locked");
+  return issues;
+}
+
+std::string joined(const std::vector<std::string>& parts, const std::string& separator) {
+  std::string text;
+  for (const auto& part : parts) {
+    if (!text.empty()) text += separator;
+    text += part;
+  }
+  return text;
+}
+
+// One repository's extra worktrees (never its main one) and whether it has a remote.
+struct RepoWorktrees {
+  std::vector<Worktrees::Entry> extra;
+  bool hasRemote = false;
+};
+
+RepoWorktrees readRepository(const std::string& repo, const std::string& git) {
+  auto entries = Worktrees::parse(runGit(git, {"-C", repo, "worktree", "list", "--porcelain"}));
+  if (entries.size() < 2) return {};
+  RepoWorktrees result;
+  result.hasRemote = !trimmed(runGit(git, {"-C", repo, "remote"})).empty();
+  result.extra.assign(std::make_move_iterator(entries.begin() + 1), std::make_move_iterator(entries.end()));
+  for (auto& entry : result.extra) entry.path = recordedWorktreePath(entry.path, repo);
+  return result;
+}
+
+std::vector<std::string> repositories() {
+  std::vector<std::string> repos;
+  for (const auto& project : Projects::discover(DevSettings::projectRoots())) {
+    if (isFolder(project + "/.git/worktrees")) repos.push_back(project);
+  }
+  return repos;
+}
+
+DevGroupPtr repositoryGroup(const std::string& repo, std::vector<DevItem> items) {
+  const std::size_t count = items.size();
+  std::string subtitle = tildePath(repo) + " \u00b7 " + std::to_string(count) + " worktree" + (count == 1 ? "" : "s");
+  auto group = std::make_shared<DevGroup>(repo, lastPathComponent(repo), subtitle, "arrow.triangle.branch");
+  sortByFreeable(items);
+  group->setItems(std::move(items));
+  return group;
+}
+
+}  // namespace
+
+std::vector<Worktrees::Entry> Worktrees::parse(const std::string& output) {
+  std::vector<Entry> entries;
+  Block block;
+  for (const auto& line : splitLines(output)) {
+    if (line.empty()) {
+      block.finish(entries);
+    } else {
+      block.read(line);
+    }
+  }
+  block.finish(entries);
+  return entries;
+}
+
+DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::string& git, bool hasRemote) {
+  if (entry.prunable || !existsWithoutFollowing(entry.path)) return missingItem(entry, repo, git);
+  const WorkState state = workState(entry.path, git, hasRemote);
+  const auto issues = issuesFor(entry, state, hasRemote);
+  const auto [size, freeable] = DiskScanner::usage(entry.path);
+
+  DevItem item;
+  item.id = entry.path;
+  item.name = lastPathComponent(entry.path);
+  item.detail = (state.lastCommit ? "Last commit " + ago(*state.lastCommit) : std::string("No commits")) + " \u00b7 " +
+                entry.path;
+  item.size = size;
+  item.freeable = freeable;
+  item.badges = badgesFor(entry, state, hasRemote);
+  item.selected = issues.empty();
+  if (!issues.empty()) item.warning = item.name + ": " + joined(issues, ", ");
+  std::vector<std::string> remove{git, "-C", repo, "worktree", "remove", "--force"};
+  if (entry.locked) remove.emplace_back("--force");
+  remove.push_back(entry.path);
+  item.action = DevAction::commands({std::move(remove)});
+  item.revealPath = entry.path;
+  return item;
+}
+
+ProviderResult Worktrees::load() {
+  const auto git = Shell::which("git");
+  if (!git) return {{}, "Git isn't installed. Install the Xcode Command Line Tools to manage worktrees."};
+
+  const auto repos = repositories();
+  std::vector<RepoWorktrees> perRepo(repos.size());
+  concurrentPerform(repos.size(), [&](std::size_t index) { perRepo[index] = readRepository(repos[index], *git); });
+
+  struct Pending {
+    std::size_t repo;
+    const Entry* entry;
+  };
+  std::vector<Pending> pending;
+  for (std::size_t repo = 0; repo < repos.size(); ++repo) {
+    for (const auto& entry : perRepo[repo].extra) pending.push_back({repo, &entry});
+  }
+  std::vector<DevItem> items(pending.size());
+  concurrentPerform(pending.size(), [&](std::size_t index) {
+    const auto& [repo, entry] = pending[index];
+    items[index] = item(*entry, repos[repo], *git, perRepo[repo].hasRemote);
+  });
+
+  std::map<std::size_t, std::vector<DevItem>> byRepo;
+  for (std::size_t index = 0; index < pending.size(); ++index) {
+    byRepo[pending[index].repo].push_back(std::move(items[index]));
+  }
+  std::vector<DevGroupPtr> groups;
+  for (auto& [repo, repoItems] : byRepo) groups.push_back(repositoryGroup(repos[repo], std::move(repoItems)));
+  sortByTotal(groups);
+  if (groups.empty()) return {{}, "No extra git worktrees found in your project folders."};
+  return {std::move(groups), std::nullopt};
+}
 
 }  // namespace tw

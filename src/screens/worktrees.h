@@ -1,11 +1,34 @@
 #pragma once
 
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "core/dev_group.h"
 
 namespace tw {
 
+// The Worktrees screen: the extra git worktrees of the repositories under the project
+// roots, removed only through git itself so the repository's records stay right.
 struct Worktrees {
-  static ProviderResult load();
+  // One record of git's porcelain worktree list.
+  struct Entry {
+    std::string path;
+    std::optional<std::string> branch;  // without "refs/heads/", or "detached HEAD"
+    bool locked = false;
+    bool prunable = false;
+    friend bool operator==(const Entry&, const Entry&) = default;
+  };
+
+  static constexpr double timeout = 300;
+
+  [[nodiscard]] static std::vector<Entry> parse(const std::string& output);
+
+  // The item of one extra worktree; `git` is the git executable's path.
+  [[nodiscard]] static DevItem item(const Entry& entry, const std::string& repo, const std::string& git,
+                                    bool hasRemote);
+
+  [[nodiscard]] static ProviderResult load();
 };
 
 }  // namespace tw

@@ -1,0 +1,96 @@
+#include "dedupe/content_hash.h"
+
+#include <fcntl.h>
+#include <openssl/evp.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+
+#include "core/file_flags.h"
+#include "core/unique_fd.h"
+#include "dedupe/read_cache.h"
+
+namespace tw::dedupe {
+namespace {
+
+// Fetched once: an implicit fetch on every digest initialisation costs more than hashing
+// a small file.
+const EVP_MD* sha256() {
+  static EVP_MD* const md = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+  return md;
+}
+
+using Context = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
+
+Context newContext() { return {EVP_MD_CTX_new(), &EVP_MD_CTX_free}; }
+
+// The file still is the one the walk listed, unprotected and of the same length.
+std::optional<FileState> stillTheFile(int fd, const HashRequest& request) {
+  const auto state = openFileState(fd);
+  if (!state || !state->isRegular() || state->size != request.size) return std::nullopt;
+  if (state->ino != request.file.id || static_cast<std::int32_t>(state->dev) != request.file.dev) return std::nullopt;
+  if (request.resume != nullptr && !request.resume->seen.unchangedIn(*state)) return std::nullopt;
+  const auto flags = readFileFlags(fd);
+  if (flags && flags->protectedFromChanges()) return std::nullopt;
+  return state;
+}
+
+// Fills the buffer from `offset` unless the file ends first; retries interrupted reads.
+bool readFully(int fd, std::int64_t offset, std::span<std::byte> into) {
+  std::size_t done = 0;
+  while (done < into.size()) {
+    const ssize_t got = ::pread(fd, into.data() + done, into.size() - done, static_cast<off_t>(offset) + done);
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return false;  // error, or the file is shorter than it said
+    done += static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+bool startContext(EVP_MD_CTX* context, const PrefixHash* resume) {
+  if (resume == nullptr) return EVP_DigestInit_ex(context, sha256(), nullptr) == 1;
+  return EVP_MD_CTX_copy_ex(context, resume->context.get()) == 1;
+}
+
+}  // namespace
+
+std::optional<HashResult> hashFile(const HashRequest& request, std::span<std::byte> buffer) {
+  UniqueFd fd{::open(request.path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
+  if (!fd) return std::nullopt;
+  const auto seen = stillTheFile(fd.get(), request);
+  if (!seen) return std::nullopt;
+  Context context = newContext();
+  if (!context || !startContext(context.get(), request.resume)) return std::nullopt;
+  std::int64_t offset = request.resume != nullptr ? request.resume->hashed : 0;
+  // Whether the user had the file in memory is known only before our first read of it.
+  const bool mayDropLater = request.keepPrefix || request.uncached;
+  const bool wasInMemory =
+      request.resume != nullptr ? request.resume->wasInMemory : mayDropLater && partlyInMemory(fd.get());
+  std::optional<UncachedRead> uncached;
+  if (request.uncached) {
+    uncached.emplace(fd.get(), request.size, wasInMemory);
+  } else if (request.length < request.size) {
+    readOnlyWhatIsAsked(fd.get());
+  }
+  while (offset < request.length) {
+    const auto chunk = static_cast<std::size_t>(std::min<std::int64_t>(request.length - offset, std::ssize(buffer)));
+    if (!readFully(fd.get(), offset, buffer.first(chunk))) return std::nullopt;
+    if (EVP_DigestUpdate(context.get(), buffer.data(), chunk) != 1) return std::nullopt;
+    offset += static_cast<std::int64_t>(chunk);
+  }
+  HashResult result;
+  if (request.keepPrefix) {
+    Context kept = newContext();
+    if (!kept || EVP_MD_CTX_copy_ex(kept.get(), context.get()) != 1) return std::nullopt;
+    result.prefix =
+        PrefixHash{std::shared_ptr<const EVP_MD_CTX>(kept.release(), &EVP_MD_CTX_free), offset, *seen, wasInMemory};
+  }
+  unsigned int written = 0;
+  if (EVP_DigestFinal_ex(context.get(), result.digest.data(), &written) != 1 || written != result.digest.size()) {
+    return std::nullopt;
+  }
+  return result;
+}
+
+}  // namespace tw::dedupe

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "dedupe/dedupe.h"
+
+namespace tw::dedupe {
+
+struct WalkRoot {
+  std::string path;
+  std::uint64_t dev = 0;
+};
+
+// The roots as folders that really exist, with links and "." or ".." pieces resolved,
+// and without any root that another root already contains or that repeats one.
+[[nodiscard]] std::vector<WalkRoot> walkRoots(const std::vector<std::string>& roots);
+
+struct WalkResult {
+  std::vector<std::string> dirs;         // indexed by Candidate::dir
+  std::vector<Dedupe::Candidate> files;  // each file object at most once
+};
+
+// Every file under the roots that is worth hashing, judged on listing attributes alone.
+[[nodiscard]] WalkResult walk(const std::vector<std::string>& roots);
+
+}  // namespace tw::dedupe

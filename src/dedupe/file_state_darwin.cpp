@@ -1,0 +1,44 @@
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "dedupe/file_state.h"
+
+namespace tw {
+namespace {
+
+std::int64_t nanoseconds(const timespec& time) {
+  return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+FileState stateOf(const struct stat& info) {
+  FileState state;
+  state.dev = info.st_dev;
+  state.ino = info.st_ino;
+  state.links = info.st_nlink;
+  state.size = info.st_size;
+  state.mode = info.st_mode;
+  state.owner = info.st_uid;
+  state.modifiedNs = nanoseconds(info.st_mtimespec);
+  state.changedNs = nanoseconds(info.st_ctimespec);
+  return state;
+}
+
+}  // namespace
+
+bool FileState::isRegular() const { return S_ISREG(mode); }
+
+std::optional<FileState> linkState(const std::string& path) {
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
+  return stateOf(info);
+}
+
+std::optional<FileState> openFileState(int fd) {
+  struct stat info {};
+  if (::fstat(fd, &info) != 0) return std::nullopt;
+  return stateOf(info);
+}
+
+std::uint32_t effectiveUser() { return ::geteuid(); }
+
+}  // namespace tw

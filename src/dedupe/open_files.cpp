@@ -1,0 +1,36 @@
+#include <chrono>
+#include <mutex>
+#include <optional>
+
+#include "dedupe/open_files.h"
+
+namespace tw {
+namespace {
+
+struct Cache {
+  std::mutex lock;
+  std::optional<std::chrono::steady_clock::time_point> takenAt;
+  std::unordered_set<OpenFiles::Key> files;
+};
+
+Cache& cache() {
+  static Cache shared;
+  return shared;
+}
+
+}  // namespace
+
+std::unordered_set<OpenFiles::Key> OpenFiles::recent(double maxAge) {
+  Cache& shared = cache();
+  // Taking the snapshot under the lock keeps concurrent callers from each walking
+  // every process at the same moment; they wait and reuse the one result.
+  std::lock_guard guard(shared.lock);
+  const auto now = std::chrono::steady_clock::now();
+  if (!shared.takenAt || std::chrono::duration<double>(now - *shared.takenAt).count() >= maxAge) {
+    shared.files = snapshot();
+    shared.takenAt = std::chrono::steady_clock::now();
+  }
+  return shared.files;
+}
+
+}  // namespace tw

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "junk/junk_category.h"
+#include "junk/path_identity.h"
+
+namespace tw {
+
+// How Smart Clean removals appear in the history.
+inline constexpr const char* junkHistoryCategory = "Smart Clean";
+inline constexpr const char* junkRestoreHint = "Rebuilt automatically by the app that made it";
+
+struct JunkCleanOutcome {
+  std::int64_t freed = 0;
+  std::int64_t deleted = 0;
+  std::vector<std::string> failed;  // paths not (fully) removed, in the order tried
+};
+
+// Deletes every item of the given categories, one after another, through the disk
+// scanner's guarded removal (inside the home folder only, no links followed, no other
+// file system entered). An item whose path no longer names what was measured (it was
+// replaced, say by a link or a file) is left alone and counts as failed; one that has
+// vanished is skipped. A failure never stops the run. Each category that freed something
+// gets one history entry. `progress` is told each path before it is removed.
+[[nodiscard]] JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
+                                         const std::map<std::string, PathIdentity>& identities,
+                                         const std::function<void(const std::string&)>& progress = {});
+
+}  // namespace tw

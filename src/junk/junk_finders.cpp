@@ -1,0 +1,116 @@
+#include "junk/junk_finders.h"
+
+#include <sys/stat.h>
+
+#include <cerrno>
+
+#include "core/path.h"
+#include "lens/disk_scanner.h"
+
+namespace tw {
+namespace {
+
+// The Finder's folder-view settings, never anything an app would rebuild.
+constexpr const char* folderViewSettings = ".DS_Store";
+
+std::vector<std::string> keptPaths(const std::string& folder, const std::vector<DiskScanner::Entry>& entries,
+                                   const JunkFinders::NameFilter& where) {
+  std::vector<std::string> paths;
+  for (const auto& entry : entries) {
+    if (entry.name == folderViewSettings) continue;
+    if (where && !where(entry.name)) continue;
+    paths.push_back(joinPath(folder, entry.name));
+  }
+  return paths;
+}
+
+bool pathExists(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0;
+}
+
+void walkForCacheFolders(const std::string& folder, int depth, const std::set<std::string>& names, int maxDepth,
+                         std::vector<std::string>& found) {
+  if (depth > maxDepth) return;
+  const auto entries = DiskScanner::list(folder);
+  if (!entries) return;
+  for (const auto& entry : *entries) {
+    if (!entry.isDir) continue;
+    const std::string path = joinPath(folder, entry.name);
+    if (names.contains(entry.name)) {
+      found.push_back(path);
+    } else {
+      walkForCacheFolders(path, depth + 1, names, maxDepth, found);
+    }
+  }
+}
+
+std::string withFolder(std::string note, const std::string& folder) {
+  const std::string placeholder = "{folder}";
+  if (const auto at = note.find(placeholder); at != std::string::npos) note.replace(at, placeholder.size(), folder);
+  return note;
+}
+
+void findEntries(const JunkSource& source, const JunkRoots& roots, JunkFinding& finding) {
+  const std::string folder = roots.expand(source.paths.front());
+  const auto entries = DiskScanner::list(folder);
+  if (!entries) {
+    if (source.unreadableNote && !(source.missingIsEmpty && !pathExists(folder))) {
+      finding.note = withFolder(*source.unreadableNote, roots.tilde(folder));
+    }
+    return;
+  }
+  const auto accepts = [&](const std::string& name) {
+    if (source.exceptNames.contains(name)) return false;
+    return source.extensions.empty() || source.extensions.contains(pathExtension(name));
+  };
+  for (auto& path : keptPaths(folder, *entries, accepts)) finding.paths.push_back(std::move(path));
+}
+
+}  // namespace
+
+std::vector<std::string> JunkFinders::kids(const std::string& folder, const NameFilter& where) {
+  const auto entries = DiskScanner::list(folder);
+  if (!entries) return {};
+  return keptPaths(folder, *entries, where);
+}
+
+std::vector<std::string> JunkFinders::existing(const std::vector<std::string>& paths) {
+  std::vector<std::string> found;
+  for (const auto& path : paths) {
+    if (pathExists(path)) found.push_back(path);
+  }
+  return found;
+}
+
+std::vector<std::string> JunkFinders::cacheFolders(const std::string& root, const std::set<std::string>& names,
+                                                   int maxDepth) {
+  std::vector<std::string> found;
+  walkForCacheFolders(root, 1, names, maxDepth, found);
+  return found;
+}
+
+JunkFinding JunkFinders::find(const std::vector<JunkSource>& sources, const JunkRoots& roots) {
+  JunkFinding finding;
+  for (const auto& source : sources) {
+    switch (source.kind) {
+      case JunkSource::Kind::entries:
+        findEntries(source, roots, finding);
+        break;
+      case JunkSource::Kind::existing: {
+        std::vector<std::string> expanded;
+        for (const auto& path : source.paths) expanded.push_back(roots.expand(path));
+        for (auto& path : existing(expanded)) finding.paths.push_back(std::move(path));
+        break;
+      }
+      case JunkSource::Kind::cacheFolders:
+        for (auto& path : cacheFolders(roots.expand(source.paths.front()), source.folderNames, source.maxDepth)) {
+          finding.paths.push_back(std::move(path));
+        }
+        break;
+    }
+  }
+  return finding;
+}
+
+}  // namespace tw

@@ -1,0 +1,99 @@
+#include "junk/junk_table.h"
+
+#include <cstdlib>
+#include <utility>
+
+#include "core/home.h"
+
+namespace tw {
+
+JunkSource JunkSource::entries(std::string folder, std::set<std::string> exceptNames) {
+  JunkSource source;
+  source.kind = Kind::entries;
+  source.paths = {std::move(folder)};
+  source.exceptNames = std::move(exceptNames);
+  return source;
+}
+
+JunkSource JunkSource::entriesWithExtensions(std::string folder, std::set<std::string> extensions) {
+  JunkSource source = entries(std::move(folder));
+  source.extensions = std::move(extensions);
+  return source;
+}
+
+JunkSource JunkSource::existing(std::vector<std::string> paths) {
+  JunkSource source;
+  source.kind = Kind::existing;
+  source.paths = std::move(paths);
+  return source;
+}
+
+JunkSource JunkSource::cacheFolders(std::string root, int maxDepth) {
+  JunkSource source;
+  source.kind = Kind::cacheFolders;
+  source.paths = {std::move(root)};
+  source.folderNames = cacheFolderNames();
+  source.maxDepth = maxDepth;
+  return source;
+}
+
+JunkSource JunkSource::noteWhenUnreadable(std::string note, bool missingIsEmpty) const {
+  JunkSource source = *this;
+  source.unreadableNote = std::move(note);
+  source.missingIsEmpty = missingIsEmpty;
+  return source;
+}
+
+const std::set<std::string>& cacheFolderNames() {
+  static const std::set<std::string> names{
+      "Cache",         "Code Cache", "GPUCache",          "CachedData",      "ShaderCache",
+      "GrShaderCache", "DawnCache",  "DawnGraphiteCache", "DawnWebGPUCache", "CachedExtensionVSIXs",
+  };
+  return names;
+}
+
+const JunkTable* junkTableNamed(const std::string& name) {
+  if (name == macOSJunkTable().name) return &macOSJunkTable();
+  if (name == linuxJunkTable().name) return &linuxJunkTable();
+  return nullptr;
+}
+
+namespace {
+
+std::string xdgFolder(const char* variable, const std::string& fallback) {
+  // The XDG rules ignore relative values.
+  if (const char* value = std::getenv(variable); value != nullptr && value[0] == '/') return value;
+  return fallback;
+}
+
+}  // namespace
+
+JunkRoots JunkRoots::current() {
+  JunkRoots roots;
+  roots.home = homeDirectory();
+  roots.cacheHome = xdgFolder("XDG_CACHE_HOME", roots.home + "/.cache");
+  roots.configHome = xdgFolder("XDG_CONFIG_HOME", roots.home + "/.config");
+  roots.dataHome = xdgFolder("XDG_DATA_HOME", roots.home + "/.local/share");
+  return roots;
+}
+
+std::string JunkRoots::expand(const std::string& path) const {
+  const std::pair<std::string_view, const std::string*> prefixes[] = {
+      {"$XDG_CACHE_HOME", &cacheHome},
+      {"$XDG_CONFIG_HOME", &configHome},
+      {"$XDG_DATA_HOME", &dataHome},
+      {"~", &home},
+  };
+  for (const auto& [prefix, folder] : prefixes) {
+    if (path.starts_with(prefix)) return *folder + path.substr(prefix.size());
+  }
+  return path;
+}
+
+std::string JunkRoots::tilde(const std::string& path) const {
+  if (path == home) return "~";
+  if (home != "/" && path.starts_with(home + "/")) return "~" + path.substr(home.size());
+  return path;
+}
+
+}  // namespace tw

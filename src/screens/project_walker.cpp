@@ -1,0 +1,141 @@
+// Finding projects and the rebuildable folders inside them. Every folder is read with one
+// listing, which also says which entries are folders; symbolic links are never followed
+// because the listing never reports a link as a folder.
+
+#include <sys/stat.h>
+
+#include <unordered_set>
+
+#include "core/file_io.h"
+#include "core/path.h"
+#include "core/text.h"
+#include "lens/disk_scanner.h"
+#include "screens/projects.h"
+
+namespace tw {
+namespace {
+
+constexpr int discoveryDepth = 6;  // project folders are looked for this many levels down
+constexpr int artifactDepth = 9;   // the walk inside a project descends past this level no further
+
+bool isBundle(const std::string& name) {
+  const std::string extension = pathExtension(name);
+  return !extension.empty() && Projects::bundleExts().contains(extension);
+}
+
+bool isProject(const std::vector<DiskScanner::Entry>& entries) {
+  for (const auto& entry : entries) {
+    if (entry.name == ".git" || Projects::manifests().contains(entry.name)) return true;
+  }
+  return false;
+}
+
+bool searchedForProjects(const DiskScanner::Entry& entry) {
+  return entry.isDir && !entry.name.starts_with('.') && !Projects::skip().contains(entry.name) && !isBundle(entry.name);
+}
+
+void discoverIn(const std::string& folder, int depth, std::vector<std::string>& found,
+                std::unordered_set<std::string>& seen) {
+  const auto entries = DiskScanner::list(folder);
+  if (!entries) return;
+  if (isProject(*entries)) {
+    if (seen.insert(folder).second) found.push_back(folder);
+    return;
+  }
+  if (depth >= discoveryDepth) return;
+  for (const auto& entry : *entries) {
+    if (searchedForProjects(entry)) discoverIn(joinPath(folder, entry.name), depth + 1, found, seen);
+  }
+}
+
+class ArtifactWalk {
+ public:
+  explicit ArtifactWalk(std::string root) : root_(std::move(root)) { found_.push_back({root_, {}}); }
+
+  std::vector<Projects::Found> run() {
+    walk(root_, 0, 0);
+    return std::move(found_);
+  }
+
+ private:
+  void walk(const std::string& folder, int depth, std::size_t project) {
+    const auto entries = DiskScanner::list(folder);
+    if (!entries) return;
+    Projects::Names siblings;
+    siblings.reserve(entries->size());
+    for (const auto& entry : *entries) siblings.insert(entry.name);
+    if (folder != root_ && siblings.contains(".git")) {
+      // A repository inside the project is a project of its own from here down.
+      project = found_.size();
+      found_.push_back({folder, {}});
+    }
+    for (const auto& entry : *entries) {
+      if (!entry.isDir || entry.name == ".git") continue;
+      std::string path = joinPath(folder, entry.name);
+      if (const auto* rule = Projects::match(entry.name, siblings, path)) {
+        found_[project].artifacts.push_back({std::move(path), rule->hint});
+        continue;
+      }
+      if (depth > artifactDepth || entry.name == "node_modules" || isBundle(entry.name)) continue;
+      walk(path, depth + 1, project);
+    }
+  }
+
+  std::string root_;
+  std::vector<Projects::Found> found_;
+};
+
+std::optional<Date> modificationTime(const std::string& path) {
+  struct stat info {};
+  if (::stat(path.c_str(), &info) != 0) return std::nullopt;
+  return dateFromSeconds(static_cast<std::int64_t>(info.st_mtime));
+}
+
+// The git directory a ".git" file names on its "gitdir:" line; relative to the project.
+std::optional<std::string> gitDirFromFile(const std::string& root, const std::string& file) {
+  const auto text = readWholeFile(file);
+  if (!text) return std::nullopt;
+  for (const auto& line : splitLines(*text)) {
+    if (!line.starts_with("gitdir:")) continue;
+    const std::string target = trimmed(std::string_view(line).substr(7));
+    if (target.empty()) return std::nullopt;
+    return target.front() == '/' ? target : joinPath(root, target);
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> gitDirectory(const std::string& root) {
+  const std::string dotGit = joinPath(root, ".git");
+  struct stat info {};
+  if (::lstat(dotGit.c_str(), &info) != 0) return std::nullopt;
+  if (S_ISDIR(info.st_mode)) return dotGit;
+  if (S_ISREG(info.st_mode)) return gitDirFromFile(root, dotGit);
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::vector<std::string> Projects::discover(const std::vector<std::string>& roots) {
+  std::vector<std::string> found;
+  std::unordered_set<std::string> seen;
+  for (const auto& root : roots) discoverIn(root, 0, found, seen);
+  return found;
+}
+
+std::vector<Projects::Found> Projects::artifacts(const std::string& root) { return ArtifactWalk(root).run(); }
+
+std::optional<Date> Projects::lastActive(const std::string& root) {
+  // A ".git" file whose "gitdir:" line is missing or leads nowhere is no better than no
+  // repository at all: the folder's own time stands in for it.
+  if (const auto gitDir = gitDirectory(root)) {
+    if (auto date = modificationTime(joinPath(*gitDir, "index"))) return date;
+    if (auto date = modificationTime(joinPath(*gitDir, "HEAD"))) return date;
+  }
+  return modificationTime(root);
+}
+
+bool Projects::idle(const std::optional<Date>& date, Date now) {
+  return date && now - *date > std::chrono::seconds(2'592'000);
+}
+
+}  // namespace tw

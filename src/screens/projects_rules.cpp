@@ -1,0 +1,118 @@
+#include <sys/stat.h>
+
+#include <unordered_map>
+
+#include "screens/projects.h"
+
+namespace tw {
+namespace {
+
+std::vector<Projects::Rule> makeRules() {
+  const std::string dependencies = "Dependencies \u00b7 reinstall with npm/yarn/pnpm/bun install";
+  return {
+      {{"node_modules"}, {"package.json"}, std::nullopt, dependencies},
+      {{".next", ".nuxt", ".svelte-kit", ".turbo", ".expo", ".parcel-cache", ".angular", ".output", ".docusaurus",
+        ".vite", ".astro"},
+       {"package.json"},
+       std::nullopt,
+       "Framework build cache \u00b7 rebuilt on next dev/build"},
+      {{"target"}, {"Cargo.toml", "pom.xml"}, std::nullopt, "Rust/Maven build output \u00b7 rebuilt on next build"},
+      {{"Pods"}, {"Podfile"}, std::nullopt, "CocoaPods \u00b7 restore with pod install"},
+      {{"build"},
+       {"build.gradle", "build.gradle.kts", "pubspec.yaml", ".xcodeproj"},
+       std::nullopt,
+       "Build output \u00b7 rebuilt on next build"},
+      {{".gradle"},
+       {"build.gradle", "build.gradle.kts", "settings.gradle", "settings.gradle.kts"},
+       std::nullopt,
+       "Gradle project cache"},
+      {{".cxx"}, {"build.gradle", "build.gradle.kts"}, std::nullopt, "Android native build cache"},
+      {{".build"}, {"Package.swift"}, std::nullopt, "Swift Package build output"},
+      {{"DerivedData"}, {}, std::nullopt, "Xcode build output"},
+      {{".dart_tool"}, {"pubspec.yaml"}, std::nullopt, "Dart tool cache \u00b7 restore with flutter pub get"},
+      {{".venv", "venv"}, {}, "pyvenv.cfg", "Python virtualenv \u00b7 recreate with uv sync / pip install"},
+      {{".tox", ".pytest_cache", ".mypy_cache", ".ruff_cache"}, {}, std::nullopt, "Python tool cache"},
+      {{"Library", "Temp", "Logs"}, {"ProjectSettings"}, std::nullopt, "Unity cache \u00b7 reimported on next open"},
+      {{".godot"}, {"project.godot"}, std::nullopt, "Godot import cache"},
+      {{"bin", "obj"}, {".csproj", ".fsproj"}, std::nullopt, ".NET build output"},
+      {{"coverage"}, {"package.json"}, std::nullopt, "Test coverage report"},
+  };
+}
+
+bool satisfied(const std::string& requirement, const Projects::Names& siblings) {
+  if (!requirement.starts_with('.')) return siblings.contains(requirement);
+  for (const auto& sibling : siblings) {
+    if (sibling.ends_with(requirement)) return true;
+  }
+  return false;
+}
+
+bool anySatisfied(const std::vector<std::string>& requirements, const Projects::Names& siblings) {
+  if (requirements.empty()) return true;
+  for (const auto& requirement : requirements) {
+    if (satisfied(requirement, siblings)) return true;
+  }
+  return false;
+}
+
+bool existsWithoutFollowing(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0;
+}
+
+}  // namespace
+
+const std::vector<Projects::Rule>& Projects::rules() {
+  static const std::vector<Rule> table = makeRules();
+  return table;
+}
+
+const std::set<std::string>& Projects::manifests() {
+  static const std::set<std::string> names{
+      "package.json",    "Cargo.toml",    "pubspec.yaml",   "Podfile",          "build.gradle",  "build.gradle.kts",
+      "settings.gradle", "pom.xml",       "pyproject.toml", "requirements.txt", "Package.swift", "go.mod",
+      "Gemfile",         "project.godot", "composer.json",  "ProjectSettings",
+  };
+  return names;
+}
+
+const std::set<std::string>& Projects::skip() {
+  static const std::set<std::string> names{"Library", "Applications", "Movies", "Music", "Pictures", "node_modules"};
+  return names;
+}
+
+const std::set<std::string>& Projects::bundleExts() {
+  static const std::set<std::string> extensions{"app",       "photoslibrary", "musiclibrary", "bundle", "framework",
+                                                "xcodeproj", "xcworkspace",   "xcarchive",    "logicx", "fcpbundle"};
+  return extensions;
+}
+
+namespace {
+
+// The rules that name each folder name, in table order: the walk asks about every folder
+// it meets, and nearly all of them name no rule at all.
+const std::unordered_map<std::string, std::vector<const Projects::Rule*>>& rulesByName() {
+  static const auto index = [] {
+    std::unordered_map<std::string, std::vector<const Projects::Rule*>> byName;
+    for (const auto& rule : Projects::rules()) {
+      for (const auto& name : rule.names) byName[name].push_back(&rule);
+    }
+    return byName;
+  }();
+  return index;
+}
+
+}  // namespace
+
+const Projects::Rule* Projects::match(const std::string& name, const Names& siblings, const std::string& path) {
+  const auto candidates = rulesByName().find(name);
+  if (candidates == rulesByName().end()) return nullptr;
+  for (const Rule* rule : candidates->second) {
+    if (!anySatisfied(rule->requirements, siblings)) continue;
+    if (rule->contains && !existsWithoutFollowing(path + "/" + *rule->contains)) continue;
+    return rule;
+  }
+  return nullptr;
+}
+
+}  // namespace tw

@@ -1,0 +1,47 @@
+#include "screens/worktree_paths.h"
+
+#include <sys/stat.h>
+
+#include <optional>
+
+#include "core/file_io.h"
+#include "core/path.h"
+#include "core/text.h"
+#include "lens/disk_scanner.h"
+
+namespace tw {
+namespace {
+
+bool exists(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0;
+}
+
+// The worktree folder a "gitdir" record names: its ".git" file's path, on one line.
+std::optional<std::string> recordedFolder(const std::string& record) {
+  auto text = readWholeFile(record);
+  if (!text) return std::nullopt;
+  while (!text->empty() && (text->back() == '\n' || text->back() == '\r')) text->pop_back();
+  if (!text->ends_with("/.git")) return std::nullopt;
+  return parentPath(*text);
+}
+
+}  // namespace
+
+std::string recordedWorktreePath(const std::string& reported, const std::string& repo) {
+  if (reported.find("\xef\xbf\xbd") == std::string::npos || exists(reported)) return reported;
+  const std::string records = repo + "/.git/worktrees";
+  const auto entries = DiskScanner::list(records);
+  if (!entries) return reported;
+  std::optional<std::string> match;
+  for (const auto& entry : *entries) {
+    if (!entry.isDir) continue;
+    const auto folder = recordedFolder(records + "/" + entry.name + "/gitdir");
+    if (!folder || validUtf8(*folder) != reported) continue;
+    if (match) return reported;  // two records read the same: neither can be trusted
+    match = folder;
+  }
+  return match.value_or(reported);
+}
+
+}  // namespace tw

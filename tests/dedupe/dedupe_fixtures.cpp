@@ -1,0 +1,80 @@
+#include "dedupe_fixtures.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <random>
+#include <stdexcept>
+#include <thread>
+
+#include "core/settings.h"
+#include "support/fake_home.h"
+
+extern char** environ;
+
+namespace tw::test {
+
+std::string randomBytes(std::int64_t size, std::uint64_t seed) {
+  std::mt19937_64 generator(seed);
+  std::string bytes(static_cast<std::size_t>(size), '\0');
+  for (std::size_t i = 0; i < bytes.size(); i += 8) {
+    const std::uint64_t value = generator();
+    for (std::size_t j = 0; j < 8 && i + j < bytes.size(); ++j) bytes[i + j] = static_cast<char>(value >> (8 * j));
+  }
+  return bytes;
+}
+
+std::string put(const std::string& path, const std::string& contents) {
+  writeFile(path, contents);
+  return path;
+}
+
+std::set<std::vector<std::string>> pathSets(const std::vector<Dedupe::DupSet>& sets) {
+  std::set<std::vector<std::string>> result;
+  for (const auto& set : sets) result.insert(set.paths);
+  return result;
+}
+
+void setProjectRoots(const std::vector<std::string>& roots) {
+  Settings::shared().set(DevSettings::projectRootsKey, nlohmann::json(roots));
+}
+
+ino_t inodeOf(const std::string& path) {
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) != 0) throw std::runtime_error("lstat " + path);
+  return info.st_ino;
+}
+
+HeldOpen::HeldOpen(const std::string& path) {
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, path.c_str(), O_RDONLY, 0);
+  char sleepName[] = "sleep";
+  char seconds[] = "30";
+  char* argv[] = {sleepName, seconds, nullptr};
+  const int spawned = ::posix_spawnp(&pid_, "sleep", &actions, nullptr, argv, environ);
+  posix_spawn_file_actions_destroy(&actions);
+  if (spawned != 0) throw std::runtime_error("could not start sleep");
+  // The child opens the file before it runs sleep; wait until it really holds it.
+  const std::string held = "/proc/" + std::to_string(pid_) + "/fd/0";
+  for (int attempt = 0; attempt < 500; ++attempt) {
+    std::error_code error;
+    if (std::filesystem::read_symlink(held, error) == path) return;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  throw std::runtime_error("the child never opened " + path);
+}
+
+HeldOpen::~HeldOpen() {
+  ::kill(pid_, SIGKILL);
+  int status = 0;
+  ::waitpid(pid_, &status, 0);
+}
+
+}  // namespace tw::test
