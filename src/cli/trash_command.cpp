@@ -1,6 +1,156 @@
-#include "cli/commands.h"
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <stdexcept>
 
+#include "cli/commands.h"
+#include "core/format.h"
+#include "core/measure.h"
+#include "trash/trash_layout.h"
+#include "trash/trash_reader.h"
+#include "trash/trash_removal.h"
+
+// `trash` works on the home Trash only, as on macOS where volume Trashes belong to
+// their drives: `trash empty` never reaches into a mounted disk. The Trash model (and so
+// the app) lists and deletes the Trash of every mounted volume.
 namespace tw::CLI {
+namespace {
+
+struct HomeTrash {
+  TrashDir dir;
+  std::vector<TrashItem> items;
+};
+
+HomeTrash readHomeTrash() {
+  HomeTrash trash{TrashLayout::homeDir(), {}};
+  TrashListing listing = readTrashFolder(trash.dir);
+  if (!listing.readable) {
+    throw std::runtime_error("can't read " + tilde(trash.dir.dir) + ". " + TrashLayout::unreadableAdvice());
+  }
+  std::vector<std::string> folders;
+  for (const auto& item : listing.items) {
+    if (!item.size) folders.push_back(item.path);
+  }
+  const auto usage = measure(folders);
+  for (auto& item : listing.items) {
+    if (const auto found = usage.find(item.path); !item.size && found != usage.end()) {
+      item.size = found->second.size;
+      item.freeable = found->second.freeable;
+    }
+  }
+  std::stable_sort(listing.items.begin(), listing.items.end(), [](const TrashItem& a, const TrashItem& b) {
+    return a.freeable.value_or(0) > b.freeable.value_or(0);
+  });
+  trash.items = std::move(listing.items);
+  return trash;
+}
+
+std::int64_t freeableTotal(const std::vector<TrashItem>& items) {
+  std::int64_t total = 0;
+  for (const auto& item : items) total += item.freeable.value_or(0);
+  return total;
+}
+
+nlohmann::json itemsJSON(const std::vector<TrashItem>& items) {
+  nlohmann::json list = nlohmann::json::array();
+  for (const auto& item : items) {
+    list.push_back({{"path", jsonString(item.path)},
+                    {"name", jsonString(item.name)},
+                    {"size", item.size ? nlohmann::json(*item.size) : nlohmann::json(nullptr)},
+                    {"freeable", item.freeable ? nlohmann::json(*item.freeable) : nlohmann::json(nullptr)},
+                    {"trashed", jsonDate(item.trashed)},
+                    {"origin", jsonString(item.origin)}});
+  }
+  return list;
+}
+
+void printItems(const std::vector<TrashItem>& items) {
+  std::vector<std::vector<std::string>> rows{{"NAME", "SIZE", "DELETED", "FROM"}};
+  for (const auto& item : items) {
+    rows.push_back({printable(item.name), byteFormatter(item.size.value_or(0)),
+                    item.trashed ? localDateTime(*item.trashed) : "-",
+                    item.origin ? printable(tilde(*item.origin)) : "-"});
+  }
+  table(rows, {Align::left, Align::right, Align::left, Align::left});
+  std::printf("\n%s, %s\n", plural(static_cast<std::int64_t>(items.size()), "item").c_str(),
+              byteFormatter(freeableTotal(items)).c_str());
+}
+
+int list(const Args& args, const HomeTrash& trash) {
+  if (args.json()) {
+    emit({{"total", freeableTotal(trash.items)}, {"count", trash.items.size()}, {"items", itemsJSON(trash.items)}});
+    return 0;
+  }
+  if (trash.items.empty()) {
+    std::printf("The Trash is empty.\n");
+    return 0;
+  }
+  printItems(trash.items);
+  return 0;
+}
+
+int preview(const Args& args, const HomeTrash& trash) {
+  const bool dryRun = args.has("dry-run");
+  if (args.json()) {
+    emit({{"dryRun", dryRun},
+          {"confirmed", args.has("yes")},
+          {"wouldFree", freeableTotal(trash.items)},
+          {"count", trash.items.size()},
+          {"items", itemsJSON(trash.items)}});
+  } else {
+    printItems(trash.items);
+    std::printf("\n%s everything above. This can't be undone.\n",
+                dryRun ? "Would permanently delete" : "Will permanently delete");
+  }
+  return dryRun ? 0 : needConfirmation(args, "empty the Trash");
+}
+
+void printPaths(const std::vector<std::string>& paths, const std::string& heading) {
+  if (paths.empty()) return;
+  std::printf("%zu%s\n", paths.size(), heading.c_str());
+  for (const auto& path : paths) std::printf("  %s\n", printable(tilde(path)).c_str());
+}
+
+int empty(const Args& args, const HomeTrash& trash) {
+  if (trash.items.empty()) {
+    if (args.json()) {
+      emit({{"dryRun", args.has("dry-run")},
+            {"confirmed", args.has("yes")},
+            {"freed", 0},
+            {"deleted", 0},
+            {"needsAdmin", nlohmann::json::array()},
+            {"blocked", nlohmann::json::array()}});
+    } else {
+      std::printf("The Trash is already empty.\n");
+    }
+    return 0;
+  }
+  if (!args.has("yes") || args.has("dry-run")) return preview(args, trash);
+
+  const auto total = static_cast<std::int64_t>(trash.items.size());
+  std::atomic<std::int64_t> done{0};
+  const auto status = [&done, total] { return std::to_string(done.load()) + "/" + std::to_string(total); };
+  const TrashRemoval removal = busy(args.json(), status, "Emptying the Trash (" + plural(total, "item") + ")",
+                                    [&] { return removeFromTrash(trash.items, {trash.dir}, [&done] { ++done; }); });
+
+  if (args.json()) {
+    emit({{"dryRun", false},
+          {"confirmed", true},
+          {"freed", removal.freed},
+          {"deleted", removal.removed.size()},
+          {"needsAdmin", removal.needsAdmin},
+          {"blocked", removal.blocked}});
+  } else {
+    std::printf("Deleted %s, freed about %s\n",
+                plural(static_cast<std::int64_t>(removal.removed.size()), "item").c_str(),
+                byteFormatter(removal.freed).c_str());
+    printPaths(removal.needsAdmin, " need administrator rights; delete them from the Tidewarden app or with sudo:");
+    printPaths(removal.blocked, " could not be deleted (in use or protected):");
+  }
+  return removal.needsAdmin.empty() && removal.blocked.empty() ? 0 : 1;
+}
+
+}  // namespace
 
 int trashCommand(const Args& args) {
   const std::string subcommand = args.positional.empty() ? "list" : args.positional.front();
@@ -10,7 +160,8 @@ int trashCommand(const Args& args) {
   if (subcommand == "list" && (args.has("yes") || args.has("dry-run"))) {
     throw UsageError("--yes and --dry-run only apply to `trash empty`");
   }
-  return unavailableCommand("trash");
+  const HomeTrash trash = busy(args.json(), nullptr, "Reading the Trash…", readHomeTrash);
+  return subcommand == "list" ? list(args, trash) : empty(args, trash);
 }
 
 }  // namespace tw::CLI

@@ -1,0 +1,56 @@
+#include <unistd.h>
+
+#include <cstdlib>
+
+#include "core/home.h"
+#include "lens/mounts.h"
+#include "trash/freedesktop_layout.h"
+#include "trash/regular_file.h"
+#include "trash/shell_quote.h"
+#include "trash/trash_layout.h"
+#include "trash/trashinfo.h"
+
+namespace tw {
+namespace {
+
+// A .trashinfo is a few lines; anything much larger is not one.
+constexpr std::size_t maxTrashInfoBytes = 64 * 1024;
+
+std::string currentDataHome() { return FreedesktopLayout::dataHome(homeDirectory(), std::getenv("XDG_DATA_HOME")); }
+
+}  // namespace
+
+std::vector<TrashDir> TrashLayout::dirs() {
+  return FreedesktopLayout::trashDirs(currentDataHome(), mountedVolumes(), static_cast<unsigned>(::getuid()));
+}
+
+TrashDir TrashLayout::homeDir() { return FreedesktopLayout::trashDirs(currentDataHome(), {}, 0).front(); }
+
+std::map<std::string, TrashLayout::Record> TrashLayout::records(const TrashDir& dir,
+                                                                const std::set<std::string>& names) {
+  const std::string top = FreedesktopLayout::topDir(dir, currentDataHome());
+  std::map<std::string, Record> result;
+  for (const auto& name : names) {
+    const auto text = readRegularFile(FreedesktopLayout::infoPath(dir, name), maxTrashInfoBytes);
+    if (!text) continue;
+    const TrashInfo info = parseTrashInfo(*text, top);
+    result[name] = Record{info.path, info.deletionDate};
+  }
+  return result;
+}
+
+std::vector<std::string> TrashLayout::companions(const TrashDir& dir, const std::string& name) {
+  return {FreedesktopLayout::infoPath(dir, name)};
+}
+
+std::string TrashLayout::unreadableAdvice() { return "Check that folder's permissions, then try again."; }
+
+std::string TrashLayout::adminRemoveCommand(const std::vector<std::string>& paths) {
+  // Immutable and append-only files resist even root until their flags are cleared.
+  const std::string quoted = shellQuoted(paths);
+  return "/usr/bin/chattr -R -f -ia -- " + quoted + " 2>/dev/null; /bin/rm -rf --one-file-system -- " + quoted;
+}
+
+TrashLayout::FileManagerResult TrashLayout::emptyWithFileManager() { return FileManagerResult::unavailable; }
+
+}  // namespace tw

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include "trash/trash_item.h"
+
+namespace tw {
+
+struct TrashRemoval {
+  std::vector<TrashItem> removed;  // freeable holds what each one gave back
+  std::int64_t freed = 0;
+  std::vector<std::string> needsAdmin;  // refused for lack of rights
+  std::vector<std::string> blocked;     // failed for another reason (in use, read-only, ...)
+};
+
+// Permanently deletes the items that lie directly inside one of `dirs`, concurrently;
+// anything else is ignored. Locked files are unlocked where permitted, the Trash's own
+// record of each removed item goes with it, and each removal is written to the history
+// under "Trash". `itemDone` is called from worker threads after each item.
+[[nodiscard]] TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs,
+                                           const std::function<void()>& itemDone = {});
+
+// Clears the immutable and append-only flags of a whole tree where permitted, without
+// following links or leaving the tree's file system.
+void clearProtectionFlagsBelow(const std::string& path);
+
+// Permission errors that an administrator could overcome.
+[[nodiscard]] bool needsMoreRights(const std::error_code& error);
+
+}  // namespace tw
