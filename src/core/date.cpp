@@ -1,6 +1,7 @@
 #include "core/date.h"
 
 #include <fmt/format.h>
+#include <algorithm>
 #include <ctime>
 
 namespace tw {
@@ -25,7 +26,14 @@ bool expect(std::string_view text, std::size_t& at, char c) {
 
 }  // namespace
 
-Date dateFromSeconds(std::int64_t seconds) { return Date{std::chrono::seconds{seconds}}; }
+// The clock counts nanoseconds in 64 bits, so it spans about 292 years either side of
+// 1970; dates outside that are clamped rather than overflowing.
+constexpr std::int64_t representableSeconds =
+    std::chrono::duration_cast<std::chrono::seconds>(Date::duration::max()).count() - 1;
+
+Date dateFromSeconds(std::int64_t seconds) {
+  return Date{std::chrono::seconds{std::clamp(seconds, -representableSeconds, representableSeconds)}};
+}
 
 std::int64_t secondsSince1970(Date date) {
   return std::chrono::floor<std::chrono::seconds>(date.time_since_epoch()).count();
@@ -80,6 +88,7 @@ std::optional<Date> parseIso8601(std::string_view text) {
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(days.time_since_epoch()) +
                        std::chrono::hours{hour} + std::chrono::minutes{minute} + std::chrono::seconds{second} -
                        std::chrono::seconds{offsetSeconds};
+  if (seconds.count() > representableSeconds || seconds.count() < -representableSeconds) return std::nullopt;
   return Date{seconds};
 }
 

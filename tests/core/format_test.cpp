@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <limits>
+
 #include "core/date.h"
 #include "core/format.h"
 
@@ -41,13 +43,19 @@ TEST(Ago, ShortRelativeAges) {
   EXPECT_EQ(ago(now - std::chrono::hours{24 * 800}, now), "2 years ago");
 }
 
+TEST(Iso8601, DatesBeyondTheClocksRangeAreClampedNotOverflowed) {
+  EXPECT_GT(dateFromSeconds(std::numeric_limits<std::int64_t>::max()), dateFromSeconds(9'000'000'000));
+  EXPECT_LT(dateFromSeconds(std::numeric_limits<std::int64_t>::min()), dateFromSeconds(-9'000'000'000));
+}
+
 TEST(Iso8601, WritesWholeSecondsInUtcAndReadsOffsetsAndFractions) {
   EXPECT_EQ(iso8601(dateFromSeconds(1'785'663'667)), "2026-08-02T09:41:07Z");
   EXPECT_EQ(parseIso8601("2026-08-02T09:41:07Z"), dateFromSeconds(1'785'663'667));
   EXPECT_EQ(parseIso8601("2026-08-02T11:41:07+02:00"), dateFromSeconds(1'785'663'667));
   EXPECT_EQ(secondsSince1970(*parseIso8601("2026-08-02T09:41:07.250Z")), 1'785'663'667);
-  for (const char* bad : {"", "2026-08-02", "2026-13-02T09:41:07Z", "2026-02-30T09:41:07Z", "2026-08-02T09:41:07",
-                          "2026-08-02T09:41:07Zjunk", "20x6-08-02T09:41:07Z"}) {
+  for (const char* bad :
+       {"", "2026-08-02", "2026-13-02T09:41:07Z", "2026-02-30T09:41:07Z", "2026-08-02T09:41:07",
+        "2026-08-02T09:41:07Zjunk", "20x6-08-02T09:41:07Z", "7250-01-01T00:00:00Z", "0001-01-01T00:00:00Z"}) {
     EXPECT_FALSE(parseIso8601(bad).has_value()) << bad;
   }
 }
