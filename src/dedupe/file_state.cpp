@@ -2,13 +2,10 @@
 #include <unistd.h>
 
 #include "dedupe/file_state.h"
+#include "dedupe/stat_times.h"
 
 namespace tw {
 namespace {
-
-std::int64_t nanoseconds(const timespec& time) {
-  return static_cast<std::int64_t>(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
 
 FileState stateOf(const struct stat& info) {
   FileState state;
@@ -18,8 +15,8 @@ FileState stateOf(const struct stat& info) {
   state.size = info.st_size;
   state.mode = info.st_mode;
   state.owner = info.st_uid;
-  state.modifiedNs = nanoseconds(info.st_mtimespec);
-  state.changedNs = nanoseconds(info.st_ctimespec);
+  state.modifiedNs = modifiedNanoseconds(info);
+  state.changedNs = changedNanoseconds(info);
   return state;
 }
 
