@@ -1,36 +1,32 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
 #include <set>
-#include <sstream>
+#include <tuple>
 
 #include "core/format.h"
+#include "lens/disk_scanner.h"
 #include "support/fake_home.h"
 
 namespace tw::test {
 namespace {
 
+using nlohmann::json;
 constexpr std::int64_t kMiB = 1024 * 1024;
 
-// Allocated bytes of every file below `root`, each inode once, as find reports them.
-std::int64_t findBytes(const std::string& root) {
-  const auto found = runProcess({"find", root, "!", "-type", "d", "-printf", "%i %b\n"});
-  std::istringstream lines(found.out);
-  std::set<std::uint64_t> seen;
-  std::uint64_t inode = 0;
-  std::int64_t blocks = 0, total = 0;
-  while (lines >> inode >> blocks) {
-    if (seen.insert(inode).second) total += blocks * 512;
-  }
-  return total;
-}
-
-std::set<std::string> keysOf(const nlohmann::json& object) {
+std::set<std::string> keysOf(const json& object) {
   std::set<std::string> keys;
   for (const auto& [key, value] : object.items()) keys.insert(key);
   return keys;
+}
+
+json scanJson(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), {"scan", "--json"});
+  const auto result = runTidewarden(arguments);
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.err, "") << "no spinner when the output is not a terminal";
+  return json::parse(result.out);
 }
 
 void makeProject(FakeHome& home) {
@@ -45,19 +41,16 @@ void makeProject(FakeHome& home) {
 TEST(ScanCommand, JsonDescribesTheTreeWithItsTotals) {
   FakeHome home;
   makeProject(home);
-  const auto result = runTidewarden({"scan", home / "work", "--json"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.err, "") << "no spinner when the output is not a terminal";
-  const auto json = nlohmann::json::parse(result.out);
-  EXPECT_EQ(keysOf(json), (std::set<std::string>{"path", "size", "freeable", "items", "elapsed", "smallItems",
-                                                 "smallBytes", "children"}));
-  EXPECT_EQ(json["path"], home / "work");
-  EXPECT_EQ(json["size"].get<std::int64_t>(), findBytes(home / "work"));
-  EXPECT_EQ(json["items"], 11);
-  EXPECT_EQ(json["smallItems"], 2) << "notes.txt and the empty folder";
-  EXPECT_TRUE(json["elapsed"].is_number());
+  const json answer = scanJson({home / "work"});
+  EXPECT_EQ(keysOf(answer), (std::set<std::string>{"path", "size", "freeable", "items", "elapsed", "smallItems",
+                                                   "smallBytes", "children"}));
+  EXPECT_EQ(answer["path"], home / "work");
+  EXPECT_EQ(answer["size"], DiskScanner().scan(home / "work")->size);
+  EXPECT_EQ(answer["items"], 11);
+  EXPECT_EQ(answer["smallItems"], 2) << "notes.txt and the empty folder";
+  EXPECT_TRUE(answer["elapsed"].is_number());
 
-  const auto& children = json["children"];
+  const auto& children = answer["children"];
   ASSERT_EQ(children.size(), 2u);
   EXPECT_EQ(children[0]["name"], "app");
   EXPECT_EQ(children[0]["path"], home / "work/app");
@@ -73,9 +66,8 @@ TEST(ScanCommand, JsonDescribesTheTreeWithItsTotals) {
 TEST(ScanCommand, DepthAndTopShapeTheJson) {
   FakeHome home;
   makeProject(home);
-  const auto deep = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--depth", "3"}).out);
+  const json deep = scanJson({home / "work", "--depth", "3"});
   const auto& app = deep["children"][0];
-  ASSERT_TRUE(app.contains("children"));
   ASSERT_EQ(app["children"].size(), 2u);
   EXPECT_EQ(app["children"][0]["name"], "build");
   EXPECT_EQ(app["children"][0]["children"][0]["name"], "output.bin");
@@ -83,11 +75,11 @@ TEST(ScanCommand, DepthAndTopShapeTheJson) {
   EXPECT_EQ(app["children"][1]["children"][0]["name"], "pkg");
   EXPECT_FALSE(app["children"][1]["children"][0].contains("children")) << "depth 3 stops here";
 
-  const auto top = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--top=1", "--depth=2"}).out);
+  const json top = scanJson({home / "work", "--top=1", "--depth=2"});
   ASSERT_EQ(top["children"].size(), 1u);
   EXPECT_EQ(top["children"][0]["children"].size(), 1u) << "--top applies at every level";
 
-  const auto none = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--depth", "0"}).out);
+  const json none = scanJson({home / "work", "--depth", "0"});
   EXPECT_TRUE(none["children"].empty());
   EXPECT_EQ(none["size"], deep["size"]);
 }
@@ -98,77 +90,62 @@ TEST(ScanCommand, TextListsTheLargestItemsAndSummarises) {
   const auto result = runTidewarden({"scan", home / "work", "--top", "1"});
   ASSERT_EQ(result.code, 0) << result.err;
   const auto& out = result.out;
-  EXPECT_NE(out.find("SIZE"), std::string::npos);
-  EXPECT_NE(out.find("REAL"), std::string::npos);
-  EXPECT_NE(out.find("app/\n"), std::string::npos);
+  for (const char* expected :
+       {"SIZE", "REAL", "app/\n", "1 more item (", "2 items under 1 MB", " freeable) in 11 items, "}) {
+    EXPECT_NE(out.find(expected), std::string::npos) << expected << " in:\n" << out;
+  }
   EXPECT_EQ(out.find("video.mov"), std::string::npos) << "only the top item is listed";
-  EXPECT_NE(out.find("1 more item ("), std::string::npos);
-  EXPECT_NE(out.find("2 items under 1 MB"), std::string::npos);
-  const std::string total = byteFormatter(findBytes(home / "work"));
+  const std::string total = byteFormatter(DiskScanner().scan(home / "work")->size);
   EXPECT_NE(out.find("~/work: " + total + " ("), std::string::npos) << out;
-  EXPECT_NE(out.find(" freeable) in 11 items, "), std::string::npos) << out;
   EXPECT_TRUE(out.ends_with("\nREAL is the space deleting would free (APFS clones and hard links excluded).\n"));
 }
 
-TEST(ScanCommand, ScansTheHomeFolderByDefault) {
+TEST(ScanCommand, ScansTheHomeRelativePathsAndLinkedFolders) {
   FakeHome home;
-  home.file("Downloads/big.iso", 2 * kMiB);
-  const auto json = nlohmann::json::parse(runTidewarden({"scan", "--json"}).out);
-  EXPECT_EQ(json["path"], home.path());
-  EXPECT_EQ(json["children"][0]["name"], "Downloads");
-}
-
-TEST(ScanCommand, RelativePathsAndFoldersThatLookLikeOptions) {
-  FakeHome home;
+  home.file("Downloads/big.iso", 3 * kMiB);
   home.file("-weird-folder/file", 2 * kMiB);
-  const auto result = runTidewarden({"scan", "--json", "--", "-weird-folder"}, {}, home.path());
-  ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(nlohmann::json::parse(result.out)["path"], home / "-weird-folder");
+  ASSERT_EQ(::symlink((home / "Downloads").c_str(), (home / "alias").c_str()), 0);
+  // The arguments, the folder scanned and its largest child: the home folder by default, a
+  // relative path that looks like an option, a link to a folder.
+  const std::vector<std::tuple<std::vector<std::string>, std::string, std::string>> cases{
+      {{"scan", "--json"}, home.path(), "Downloads"},
+      {{"scan", "--json", "--", "-weird-folder"}, home / "-weird-folder", "file"},
+      {{"scan", home / "alias", "--json"}, home / "Downloads", "big.iso"}};
+  for (const auto& [arguments, path, largest] : cases) {
+    const auto result = runTidewarden(arguments, {}, home.path());
+    ASSERT_EQ(result.code, 0) << result.err;
+    const json answer = json::parse(result.out);
+    EXPECT_EQ(answer["path"], path);
+    EXPECT_EQ(answer["children"][0]["name"], largest);
+  }
 }
 
-TEST(ScanCommand, ALinkToAFolderScansTheFolder) {
+TEST(ScanCommand, RejectsMisuseAndPathsThatAreNotFolders) {
   FakeHome home;
-  home.file("real/file", 2 * kMiB);
-  ASSERT_EQ(::symlink((home / "real").c_str(), (home / "alias").c_str()), 0);
-  const auto json = nlohmann::json::parse(runTidewarden({"scan", home / "alias", "--json"}).out);
-  EXPECT_EQ(json["path"], home / "real");
-  EXPECT_EQ(json["items"], 1);
-}
-
-TEST(ScanCommand, RejectsBadNumbersAsMisuse) {
-  FakeHome home;
-  const auto top = runTidewarden({"scan", "--top", "0"});
-  EXPECT_EQ(top.code, 2);
-  EXPECT_EQ(top.err, "tidewarden: --top expects a number ≥ 1, got '0'\nRun 'tidewarden help' for usage.\n");
-  const auto depth = runTidewarden({"scan", "--depth", "-1"});
-  EXPECT_EQ(depth.code, 2);
-  EXPECT_EQ(depth.err, "tidewarden: --depth expects a number ≥ 0, got '-1'\nRun 'tidewarden help' for usage.\n");
-  EXPECT_EQ(runTidewarden({"scan", "--top", "many"}).code, 2);
-  EXPECT_EQ(runTidewarden({"scan", "a", "b"}).code, 2);
-}
-
-TEST(ScanCommand, APathThatIsNotAFolderFails) {
-  FakeHome home;
-  const std::string file = home.file("plain.txt", 10);
-  const auto result = runTidewarden({"scan", file});
-  EXPECT_EQ(result.code, 1);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "tidewarden: not a folder: " + file + "\n");
-  const auto missing = runTidewarden({"scan", home / "missing", "--json"});
-  EXPECT_EQ(missing.code, 1);
-  EXPECT_EQ(missing.err, "tidewarden: not a folder: " + (home / "missing") + "\n");
+  const std::string file = home.file("plain.txt", 10), usage = "\nRun 'tidewarden help' for usage.\n";
+  const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases{
+      {{"scan", "--top", "0"}, 2, "tidewarden: --top expects a number ≥ 1, got '0'" + usage},
+      {{"scan", "--depth", "-1"}, 2, "tidewarden: --depth expects a number ≥ 0, got '-1'" + usage},
+      {{"scan", "--top", "many"}, 2, "tidewarden: --top expects a number ≥ 1, got 'many'" + usage},
+      {{"scan", "a", "b"}, 2, "tidewarden: unexpected argument 'b'" + usage},
+      {{"scan", file}, 1, "tidewarden: not a folder: " + file + "\n"},
+      {{"scan", home / "missing", "--json"}, 1, "tidewarden: not a folder: " + (home / "missing") + "\n"}};
+  for (const auto& [arguments, code, error] : cases) {
+    const auto result = runTidewarden(arguments);
+    EXPECT_EQ(result.code, code) << error;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, error);
+  }
 }
 
 TEST(ScanCommand, NamesThatAreNotUtf8StayReadable) {
   FakeHome home;
   const std::string odd = "caf\xe9-\xff\xfe";
   home.file("mixed/" + odd + "/big", 2 * kMiB);
-  const auto json = runTidewarden({"scan", home / "mixed", "--json"});
-  ASSERT_EQ(json.code, 0) << json.err;
-  const auto parsed = nlohmann::json::parse(json.out);  // throws on invalid UTF-8
-  const std::string name = parsed["children"][0]["name"];
+  const json answer = scanJson({home / "mixed"});  // parsing throws on invalid UTF-8
+  const std::string name = answer["children"][0]["name"];
   EXPECT_TRUE(name.starts_with("caf\xef\xbf\xbd-")) << "invalid bytes become U+FFFD";
-  EXPECT_EQ(parsed["children"][0]["path"], home / "mixed/" + name);
+  EXPECT_EQ(answer["children"][0]["path"], home / "mixed/" + name);
 
   const auto text = runTidewarden({"scan", home / "mixed"});
   ASSERT_EQ(text.code, 0);
