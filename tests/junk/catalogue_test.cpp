@@ -31,33 +31,18 @@ std::vector<std::string> found(const JunkTable& table, const std::string& id, co
   return relative(category(JunkModel::makeCategories(table), id).finder().paths, home);
 }
 
-TEST(SmartCleanCatalogue, EachTableOffersExactlyItsLocationsLargestFirstWithOnlyInstallersUnticked) {
-  for (const auto& [table, stock] :
-       {std::pair{&macOSJunkTable(), &makeMacJunkHome}, {&linuxJunkTable(), &makeLinuxJunkHome}}) {
-    SCOPED_TRACE(table->name);
-    FakeHome home;
-    const JunkHome layout = stock(home);
+// What each table offers for a fully stocked home is checked through `tidewarden junk`.
+TEST(SmartCleanCatalogue, EverythingButInstallersStartsSelected) {
+  FakeHome home;
+  makeMacJunkHome(home);
+  for (const JunkTable* table : {&macOSJunkTable(), &linuxJunkTable()}) {
     const auto categories = JunkModel::makeCategories(*table);
     (void)scanJunk(categories);
-    std::vector<std::string> ids;
     for (const auto& found : categories) {
-      ids.push_back(found->id);
-      EXPECT_EQ(found->defaultSelected, found->id != "installers") << found->id;
-      EXPECT_EQ(found->note(), std::nullopt) << found->id;
-      std::vector<std::string> paths;
-      std::int64_t previous = INT64_MAX;
-      for (const auto& item : found->items()) {
-        paths.push_back(item.path);
-        EXPECT_EQ(item.selected, found->defaultSelected) << item.path;
-        EXPECT_EQ(item.size, allocatedBytes(item.path)) << item.path;
-        EXPECT_LE(item.size, previous) << item.path << " comes after a smaller item";
-        previous = item.size;
-      }
-      const auto offered = relative(paths, home);
-      EXPECT_EQ(std::set<std::string>(offered.begin(), offered.end()), layout.offered.at(found->id)) << found->id;
-      EXPECT_EQ(offered.size(), layout.offered.at(found->id).size()) << found->id << ": nothing listed twice";
+      EXPECT_EQ(found->defaultSelected, found->id != "installers") << table->name << " " << found->id;
+      for (const auto& item : found->items()) EXPECT_EQ(item.selected, found->defaultSelected) << item.path;
     }
-    EXPECT_EQ(ids, kJunkCategoryIds);
+    EXPECT_FALSE(category(categories, "installers").items().empty()) << table->name;
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <thread>
+#include <tuple>
 
 #include "lens/disk_scanner.h"
 #include "lens/lens_fixtures.h"
@@ -29,6 +30,12 @@ void expectConsistent(const FSNode& node) {
     EXPECT_EQ(node.size, childBytes + node.smallBytes) << node.path();
   }
   EXPECT_LE(node.freeable, node.size) << node.path();
+}
+
+// What a finished node shows: size, items, small items, small bytes and children kept.
+using Figures = std::tuple<std::int64_t, std::int64_t, std::int64_t, std::int64_t, std::size_t>;
+Figures figures(const FSNode& node) {
+  return {node.size, node.itemCount, node.smallCount, node.smallBytes, node.children.size()};
 }
 
 std::unique_ptr<FSNode> scan(const std::string& path, std::set<std::string> skip = {}) {
@@ -70,16 +77,14 @@ TEST(DiskScan, AFileLinkedFromThreeFoldersCountsOnceAndIsNeverFreeable) {
 
   DiskScanner scanner;
   const auto tree = scanner.scan(home / "tree");
-  EXPECT_EQ(tree->size, blocks);
   EXPECT_EQ(scanner.bytes(), blocks);
-  ASSERT_EQ(tree->children.size(), 1u) << "only the folder that counted the file is large enough to keep";
-  const FSNode& holder = *tree->children[0];
+  // Only the folder that counted the file is large enough to keep; the other two fold away
+  // and their links add nothing.
+  EXPECT_EQ(figures(*tree), Figures(blocks, 6, 2, 0, 1));
+  const FSNode& holder = *tree->children.at(0);
   ASSERT_EQ(holder.children.size(), 1u);
   EXPECT_EQ(holder.children[0]->name, "shared");
   EXPECT_EQ(holder.children[0]->size, blocks);
-  EXPECT_EQ(tree->smallCount, 2) << "the other two folders fold away";
-  EXPECT_EQ(tree->smallBytes, 0) << "further links add nothing";
-  EXPECT_EQ(tree->itemCount, 6);
   // Measuring counts every name, and deleting one name frees nothing.
   EXPECT_EQ(DiskScanner::usage(home / "tree"), std::make_pair(3 * blocks, std::int64_t{0}));
   EXPECT_EQ(DiskScanner::usage(first), std::make_pair(blocks, std::int64_t{0}));
@@ -89,22 +94,12 @@ TEST(DiskScan, SmallFilesFoldIntoCountersAndSmallFoldersIntoTheirParent) {
   FakeHome home;
   std::int64_t expected = 0;
   for (int i = 0; i < 10; ++i) expected += blocksOf(home.file("tree/small/f" + std::to_string(i), 10'000));
-  home.file("tree/big", 3 * kMiB);
-
-  const auto small = scan(home / "tree/small");
-  EXPECT_TRUE(small->children.empty());
-  EXPECT_EQ(small->smallCount, 10);
-  EXPECT_EQ(small->smallBytes, expected);
-  EXPECT_EQ(small->size, expected);
-  EXPECT_EQ(small->itemCount, 10);
-
+  const std::int64_t big = blocksOf(home.file("tree/big", 3 * kMiB));
+  EXPECT_EQ(figures(*scan(home / "tree/small")), Figures(expected, 10, 10, expected, 0));
   const auto tree = scan(home / "tree");
-  ASSERT_EQ(tree->children.size(), 1u);
+  EXPECT_EQ(figures(*tree), Figures(big + expected, 12, 1, expected, 1)) << "the folder of small files is one item";
   EXPECT_EQ(tree->children[0]->name, "big");
   EXPECT_FALSE(tree->children[0]->isDir);
-  EXPECT_EQ(tree->smallCount, 1) << "the folder of small files is one small item";
-  EXPECT_EQ(tree->smallBytes, expected);
-  EXPECT_EQ(tree->itemCount, 12);
 }
 
 TEST(DiskScan, UnreadableFoldersAndRootsThatCannotBeListedCountAsEmpty) {
@@ -112,18 +107,14 @@ TEST(DiskScan, UnreadableFoldersAndRootsThatCannotBeListedCountAsEmpty) {
   for (const auto& path : {home / "missing", home.file("plain-file", 5000)}) {
     const auto tree = scan(path);
     EXPECT_EQ(tree->name, path);
-    EXPECT_EQ(tree->size + tree->itemCount + tree->smallCount, 0) << path;
-    EXPECT_TRUE(tree->children.empty());
+    EXPECT_EQ(figures(*tree), Figures()) << path;
   }
   const std::string visible = home.file("tree/visible", 50'000);
   home.file("tree/locked/hidden", 2 * kMiB);
   ASSERT_EQ(::chmod(home.path().c_str(), 0755), 0);
   ASSERT_EQ(::chmod((home / "tree/locked").c_str(), 0), 0);
-  EXPECT_EQ(withPermissionsApplied([&] {
-              const auto tree = scan(home / "tree/locked");
-              return tree->size + tree->itemCount + static_cast<std::int64_t>(tree->children.size());
-            }),
-            0);
+  const auto lockedLooksEmpty = [&] { return std::int64_t{figures(*scan(home / "tree/locked")) == Figures()}; };
+  EXPECT_EQ(withPermissionsApplied(lockedLooksEmpty), 1);
   EXPECT_EQ(withPermissionsApplied([&] { return DiskScanner::size(home / "tree"); }), blocksOf(visible));
 }
 
@@ -152,8 +143,7 @@ TEST(DiskScan, SkipsExactlyTheGivenFoldersAndTheSystemOnesOnlyAtTheRoot) {
 
 TEST(DiskScan, NeverEntersKernelFileSystems) {
   // /proc is huge and mostly empty files; a walk that entered it would count processes.
-  const auto proc = scan("/proc");
-  EXPECT_EQ(proc->itemCount + proc->size, 0) << "/proc itself is not walked";
+  EXPECT_EQ(figures(*scan("/proc")), Figures()) << "/proc itself is not walked";
   EXPECT_EQ(DiskScanner::size("/proc"), 0);
 
   FakeHome home;
@@ -165,8 +155,7 @@ TEST(DiskScan, NeverEntersKernelFileSystems) {
   const auto tree = scan(home / "tree");
   const std::int64_t size = DiskScanner::size(home / "tree");
   (void)runProcess({"umount", mountPoint});
-  EXPECT_EQ(tree->size, blocksOf(real));
-  EXPECT_EQ(tree->itemCount, 2) << "the mount point is listed but not entered";
+  EXPECT_EQ(figures(*tree), Figures(blocksOf(real), 2, 1, 0, 1)) << "the mount point is listed but not entered";
   EXPECT_EQ(size, blocksOf(real));
 }
 
@@ -177,9 +166,7 @@ TEST(DiskScan, ACancelledScanStillCompletes) {
   {
     DiskScanner scanner;
     scanner.cancel();
-    const auto tree = scanner.scan(home / "tree");
-    EXPECT_EQ(tree->itemCount, 0) << "cancelled before it began: nothing is listed";
-    EXPECT_TRUE(tree->children.empty());
+    EXPECT_EQ(figures(*scanner.scan(home / "tree")), Figures()) << "cancelled before it began: nothing is listed";
   }
   const std::int64_t full = scan(home / "tree")->itemCount;
   DiskScanner scanner;
@@ -226,17 +213,16 @@ TEST(DiskScan, FoldersNestedBeyondThePathLimitAreScanned) {
   const std::string root = home / "deep";
   constexpr int kDepth = 1500;  // about 16,000 characters of path
   makeDeepChain(root, kDepth, "level-name", 2 * kMiB);
+  std::string chain;
+  for (int level = 0; level < kDepth; ++level) chain += "/level-name";
   const auto tree = scan(root);
   EXPECT_GE(tree->size, 2 * kMiB);
-  EXPECT_EQ(tree->itemCount, kDepth + 1);
+  EXPECT_EQ(figures(*tree), Figures(tree->size, kDepth + 1, 0, 0, 1)) << "no level is small enough to fold";
   const FSNode* node = tree.get();
   int depth = 0;
   for (; !node->children.empty(); ++depth) node = node->children[0].get();
   EXPECT_EQ(depth, kDepth + 1) << "the chain leads to the large file at the bottom";
-  EXPECT_EQ(node->name, "bottom");
-  std::string chain = root;
-  for (int level = 0; level < kDepth; ++level) chain += "/level-name";
-  EXPECT_EQ(node->path(), chain + "/bottom");
+  EXPECT_EQ(node->path(), root + chain + "/bottom");
   EXPECT_FALSE(removeTreeSafely(root));
 }
 

@@ -44,11 +44,9 @@ ScratchVolume::ScratchVolume(const std::string& type, const std::string& mountPo
     return;
   }
   const std::string image = folder_ + "/volume.img";
-  if (!run({"truncate", "-s", type == "xfs" ? "320M" : "128M", image}, reason_)) return;
-  const std::vector<std::string> format = type == "xfs"
-                                              ? std::vector<std::string>{"mkfs.xfs", "-q", "-m", "reflink=1", image}
-                                              : std::vector<std::string>{"mkfs.btrfs", "-q", image};
-  ready_ = run(format, reason_) && run({"mount", "-o", "loop", image, mountPoint_}, reason_);
+  ready_ = run({"truncate", "-s", "320M", image}, reason_) &&
+           run({"mkfs.xfs", "-q", "-m", "reflink=1", image}, reason_) &&
+           run({"mount", "-o", "loop", image, mountPoint_}, reason_);
 }
 
 ScratchVolume::~ScratchVolume() {

@@ -11,12 +11,12 @@ namespace tw::test {
 
 inline constexpr std::int64_t kMiB = 1024 * 1024;
 
-// A small file system mounted on a loop device (or a tmpfs) inside a temporary folder, for
-// tests that need another device or extent sharing. Needs root and the mkfs tools; when it
+// A small file system, XFS with reflink on a loop device or a tmpfs, mounted inside a
+// temporary folder, for tests that need another device or extent sharing. Needs root and the mkfs tools; when it
 // cannot be made, `ready()` is false and `reason()` says why.
 class ScratchVolume {
  public:
-  // type: "xfs" (with reflink), "btrfs" or "tmpfs".
+  // type: "xfs" or "tmpfs".
   explicit ScratchVolume(const std::string& type, const std::string& mountPoint = "");
   ~ScratchVolume();
   ScratchVolume(const ScratchVolume&) = delete;
