@@ -56,13 +56,17 @@ void expectSafeCleanDeletesExactlyTheSafeCategories(const std::string& table, Ju
   EXPECT_EQ(dry["dryRun"], true);
   EXPECT_EQ(dry["confirmed"], true);
   EXPECT_EQ(dry["count"], safe.size());
+  // What is listed, what it frees and, per category with items, what the history will say.
   std::set<std::string> listed;
   std::int64_t safeTotal = 0;
+  std::vector<std::pair<std::string, std::int64_t>> history;
   for (const json& category : dry["categories"]) {
     for (const json& item : category["items"]) {
       listed.insert(item["path"].get<std::string>().substr(home.path().size() + 1));
       safeTotal += item["size"].get<std::int64_t>();
     }
+    const std::string name = category["title"].get<std::string>() + " (" + category["count"].dump() + " items)";
+    if (category["count"] != 0) history.emplace_back(name, category["total"]);
   }
   EXPECT_EQ(listed, safe);
   EXPECT_EQ(dry["wouldFree"], safeTotal);
@@ -80,13 +84,13 @@ void expectSafeCleanDeletesExactlyTheSafeCategories(const std::string& table, Ju
   EXPECT_EQ(answer["failed"], json::array());
   for (const auto& path : safe) EXPECT_FALSE(exists(home / path)) << path;
   for (const auto& path : layout.kept) EXPECT_TRUE(exists(home / path)) << path;
-  std::int64_t recorded = 0;
+  std::vector<std::pair<std::string, std::int64_t>> recorded;
   for (const auto& entry : History::entries()) {
     EXPECT_EQ(entry.category, "Smart Clean");
     EXPECT_EQ(entry.restore, "Rebuilt automatically by the app that made it");
-    recorded += entry.bytes;
+    recorded.emplace_back(entry.name, entry.bytes);
   }
-  EXPECT_EQ(recorded, safeTotal);
+  EXPECT_EQ(recorded, history);
 }
 
 TEST(CleanCommand, OnlyYesDeletesAndOnlyTheSafeCategoriesOfAMacHome) {

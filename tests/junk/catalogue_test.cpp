@@ -48,20 +48,18 @@ TEST(SmartCleanCatalogue, EverythingButInstallersStartsSelected) {
 
 TEST(SmartCleanCatalogue, AnEmptyHomeFindsNothingAndOnlyAMissingMacTrashHasANote) {
   FakeHome home;
-  for (const JunkTable* table : {&macOSJunkTable(), &linuxJunkTable()}) {
-    for (const auto& found : JunkModel::makeCategories(*table)) {
-      const JunkFinding finding = found->finder();
-      EXPECT_TRUE(finding.paths.empty()) << table->name << " " << found->id;
-      EXPECT_EQ(finding.note.has_value(), table == &macOSJunkTable() && found->id == "trash")
-          << table->name << " " << found->id;
+  for (const bool trashFolders : {false, true}) {
+    for (const JunkTable* table : {&macOSJunkTable(), &linuxJunkTable()}) {
+      for (const auto& found : JunkModel::makeCategories(*table)) {
+        const JunkFinding finding = found->finder();
+        const std::string what = table->name + " " + found->id + (trashFolders ? " with" : " without") + " Trash";
+        EXPECT_TRUE(finding.paths.empty()) << what;
+        EXPECT_EQ(finding.note.has_value(), !trashFolders && table == &macOSJunkTable() && found->id == "trash")
+            << what;
+      }
     }
-  }
-  home.folder(".Trash");
-  home.folder(".local/share/Trash/files");
-  for (const JunkTable* table : {&macOSJunkTable(), &linuxJunkTable()}) {
-    const JunkFinding finding = category(JunkModel::makeCategories(*table), "trash").finder();
-    EXPECT_TRUE(finding.paths.empty());
-    EXPECT_EQ(finding.note, std::nullopt) << table->name << ": an empty Trash has no note";
+    home.folder(".Trash");
+    home.folder(".local/share/Trash/files");
   }
 }
 

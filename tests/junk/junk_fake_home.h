@@ -72,7 +72,7 @@ inline JunkHome makeMacJunkHome(FakeHome& home) {
        // Too deep, a file named like a cache folder, names compare exactly, other files.
        "Library/Application Support/Deep/a/b/c/Cache/too-deep", "Library/Application Support/Notes/Cache",
        "Library/Application Support/Slack/cache/lower-case", "Library/Application Support/Slack/storage/settings.json",
-       "logs:Library/Logs/DiagnosticReports|/app.crash", "logs:Library/Logs/install.log",
+       "logs:Library/Logs/DiagnosticReports|/app.crash", "logs:Library/Logs/install.log", "Library/Logs/",
        xcode + "DerivedData/MyApp-abcdef|/Build/Products/app", xcode + "iOS DeviceSupport/17.0 (21A329)|/Symbols/dyld",
        xcode + "watchOS DeviceSupport/10.0 (21R355)|/Symbols/dyld",
        "xcode:Library/Developer/CoreSimulator/Caches|/dyld/cache",
