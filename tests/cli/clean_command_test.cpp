@@ -137,16 +137,23 @@ TEST(CleanCommand, PathsThatCannotBeDeletedAreListedAndTheRunGoesOn) {
   removeTree(outside);
 }
 
-TEST(CleanCommand, ALinkToOutsideTheHomeIsMeasuredAndDeletedAsALink) {
+TEST(CleanCommand, LinksToOutsideTheHomeAreMeasuredAndDeletedAsLinks) {
   FakeHome home;
   const std::string outside = makeTempFolder("tw-outside");
   // A long target makes the link take a block of its own, so it is not dropped as empty.
   const std::string target = outside + "/" + std::string(100, 't'), link = home / "Library/Caches/linked";
   writeFilledFile(target + "/precious", 1 << 20);
+  writeFilledFile(target + "/App/Cache/data", junkFileSize);
   home.folder("Library/Caches");
-  ASSERT_EQ(::symlink(target.c_str(), link.c_str()), 0);
-  if (allocatedBytes(link) == 0) GTEST_SKIP() << "this file system gives links no blocks of their own";
+  home.folder("Library/Application Support");
+  // A cache entry, a folder the cache walk would enter and a whole category's folder.
+  for (const std::string& path : {link, home / "Library/Application Support/Linked", home / "Library/Logs"}) {
+    ASSERT_EQ(::symlink(target.c_str(), path.c_str()), 0);
+  }
   const json listing = json::parse(tidewarden("macos", {"junk", "--json", "--items"}).out);
+  EXPECT_EQ(listing["categories"][1]["count"], 0) << "no walk through a link";
+  EXPECT_EQ(listing["categories"][2]["count"], 0) << "no listing through a link";
+  if (allocatedBytes(link) == 0) GTEST_SKIP() << "this file system gives links no blocks of their own";
   const json& items = listing["categories"][0]["items"];
   ASSERT_EQ(items.size(), 1u);
   EXPECT_EQ(items[0]["path"], link);
@@ -157,7 +164,7 @@ TEST(CleanCommand, ALinkToOutsideTheHomeIsMeasuredAndDeletedAsALink) {
   EXPECT_EQ(result.code, 0) << result.out;
   EXPECT_TRUE(result.out.ends_with(" from 1 item.\n")) << result.out;
   EXPECT_FALSE(exists(link));
-  EXPECT_TRUE(exists(target + "/precious"));
+  EXPECT_TRUE(exists(target + "/precious") && exists(target + "/App/Cache/data"));
   removeTree(outside);
 }
 

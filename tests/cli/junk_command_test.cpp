@@ -90,18 +90,27 @@ TEST(JunkCommand, TextMarksTheSafeCategoriesAndTotalsThem) {
   EXPECT_EQ(out.find("✓ Trash"), std::string::npos);
 }
 
-TEST(JunkCommand, NamesThatAreNotUtf8AndAnUnreadableTrashStillGiveValidJson) {
+TEST(JunkCommand, AnUnreadableTrashAndNamesThatAreNotUtf8StillGiveValidJson) {
   FakeHome home;
-  junkFile(home, std::string("Library/Caches/bad-\xff\xfe-name/data"));
   junkFile(home, ".Trash");
-  const RunResult result = junk("macos", {"--json", "--items"});
-  ASSERT_EQ(result.code, 0);
-  EXPECT_EQ(validUtf8(result.out), result.out);
-  const json answer = json::parse(result.out);
-  ASSERT_EQ(answer["categories"][0]["items"].size(), 1u);
-  EXPECT_NE(answer["categories"][0]["items"][0]["path"].get<std::string>().find("bad-"), std::string::npos);
-  EXPECT_EQ(answer["categories"][5]["note"],
-            "Grant Tidewarden Full Disk Access in System Settings \u203A Privacy & Security to empty the Trash here.");
+  junkFile(home, ".local/share/Trash/files");
+  for (const char* caches : {"Library/Caches/", ".cache/"})
+    junkFile(home, caches + std::string("bad-\xff\xfe-name/data"));
+  for (const auto& [table, note] :
+       {std::pair{"macos",
+                  "Grant Tidewarden Full Disk Access in System Settings \u203A Privacy & Security to empty the "
+                  "Trash here."},
+        {"linux",
+         "Tidewarden can't read your Trash folder (~/.local/share/Trash/files). Check its permissions to empty "
+         "the Trash here."}}) {
+    const RunResult result = junk(table, {"--json", "--items"});
+    ASSERT_EQ(result.code, 0) << table;
+    EXPECT_EQ(validUtf8(result.out), result.out);
+    const json answer = json::parse(result.out);
+    EXPECT_EQ(answer["categories"][5]["note"], note) << "in the platform's words";
+    ASSERT_EQ(answer["categories"][0]["items"].size(), 1u) << table << ": the rest still runs";
+    EXPECT_NE(answer["categories"][0]["items"][0]["path"].get<std::string>().find("bad-"), std::string::npos);
+  }
 }
 
 TEST(JunkCommand, FlagsTakeNoValues) {

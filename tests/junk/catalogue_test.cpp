@@ -63,26 +63,6 @@ TEST(SmartCleanCatalogue, AnEmptyHomeFindsNothingAndOnlyAMissingMacTrashHasANote
   }
 }
 
-TEST(SmartCleanCatalogue, UnreadableTrashBecomesANoteInThePlatformsWordsAndTheRestStillRuns) {
-  FakeHome home;
-  junkFile(home, ".Trash");
-  junkFile(home, ".local/share/Trash/files");
-  junkFile(home, "Library/Caches/still-found/data");
-  const auto mac = JunkModel::makeCategories(macOSJunkTable());
-  (void)scanJunk(mac);
-  EXPECT_EQ(category(mac, "trash").note(),
-            "Grant Tidewarden Full Disk Access in System Settings \u203A Privacy & Security to empty the Trash here.");
-  EXPECT_TRUE(category(mac, "trash").items().empty());
-  ASSERT_EQ(category(mac, "caches").items().size(), 1u);
-  EXPECT_EQ(category(mac, "caches").items().front().path, home / "Library/Caches/still-found");
-
-  const auto onLinux = JunkModel::makeCategories(linuxJunkTable());
-  (void)scanJunk(onLinux);
-  EXPECT_EQ(category(onLinux, "trash").note(),
-            "Tidewarden can't read your Trash folder (~/.local/share/Trash/files). Check its permissions to empty the "
-            "Trash here.");
-}
-
 TEST(SmartCleanCatalogue, XcodeAndDeveloperPathsKeepTheCatalogueOrder) {
   FakeHome home;
   makeMacJunkHome(home);
@@ -113,19 +93,6 @@ TEST(SmartCleanCatalogue, CacheFolderWalkStopsAtTheDepthLimitAndAtMatches) {
             (std::set<std::string>{"walk/one/Cache", "walk/one/two/GPUCache", "walk/one/two/three/ShaderCache"}));
   EXPECT_EQ(relative(JunkFinders::cacheFolders(root, cacheFolderNames(), 2), home),
             std::vector<std::string>{"walk/one/Cache"});
-}
-
-TEST(SmartCleanCatalogue, LinkedFoldersAreNeverWalkedOrListedThrough) {
-  FakeHome home;
-  const std::string outside = makeTempFolder("tw-outside");
-  writeFilledFile(outside + "/App/Cache/data", junkFileSize);
-  writeFilledFile(outside + "/entry", junkFileSize);
-  home.folder("Library/Application Support");
-  ASSERT_EQ(::symlink(outside.c_str(), (home / "Library/Application Support/Linked").c_str()), 0);
-  ASSERT_EQ(::symlink(outside.c_str(), (home / "Library/Logs").c_str()), 0);
-  EXPECT_TRUE(found(macOSJunkTable(), "appcaches", home).empty());
-  EXPECT_TRUE(found(macOSJunkTable(), "logs", home).empty());
-  removeTree(outside);
 }
 
 TEST(SmartCleanCatalogue, SequentialAndConcurrentScansAgree) {
