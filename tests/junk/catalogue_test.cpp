@@ -32,15 +32,17 @@ std::vector<std::string> found(const JunkTable& table, const std::string& id, co
 }
 
 // What each table offers for a fully stocked home is checked through `tidewarden junk`.
-TEST(SmartCleanCatalogue, EverythingButInstallersStartsSelected) {
+TEST(SmartCleanCatalogue, EitherScanModeFindsTheSameAndEverythingButInstallersStartsSelected) {
   FakeHome home;
   makeMacJunkHome(home);
   for (const JunkTable* table : {&macOSJunkTable(), &linuxJunkTable()}) {
-    const auto categories = JunkModel::makeCategories(*table);
-    (void)scanJunk(categories);
-    for (const auto& found : categories) {
-      EXPECT_EQ(found->defaultSelected, found->id != "installers") << table->name << " " << found->id;
-      for (const auto& item : found->items()) EXPECT_EQ(item.selected, found->defaultSelected) << item.path;
+    const auto categories = JunkModel::makeCategories(*table), sequential = JunkModel::makeCategories(*table);
+    EXPECT_EQ(scanJunk(categories).identities, scanJunk(sequential, JunkScanMode::sequential).identities);
+    for (std::size_t index = 0; index < categories.size(); ++index) {
+      const JunkCategory& found = *categories[index];
+      EXPECT_EQ(found.items(), sequential[index]->items()) << table->name << " " << found.id;
+      EXPECT_EQ(found.defaultSelected, found.id != "installers") << table->name << " " << found.id;
+      for (const auto& item : found.items()) EXPECT_EQ(item.selected, found.defaultSelected) << item.path;
     }
     EXPECT_FALSE(category(categories, "installers").items().empty()) << table->name;
   }
@@ -93,18 +95,6 @@ TEST(SmartCleanCatalogue, CacheFolderWalkStopsAtTheDepthLimitAndAtMatches) {
             (std::set<std::string>{"walk/one/Cache", "walk/one/two/GPUCache", "walk/one/two/three/ShaderCache"}));
   EXPECT_EQ(relative(JunkFinders::cacheFolders(root, cacheFolderNames(), 2), home),
             std::vector<std::string>{"walk/one/Cache"});
-}
-
-TEST(SmartCleanCatalogue, SequentialAndConcurrentScansAgree) {
-  FakeHome home;
-  makeMacJunkHome(home);
-  const auto concurrent = JunkModel::makeCategories(macOSJunkTable());
-  const auto sequential = JunkModel::makeCategories(macOSJunkTable());
-  const auto concurrentResult = scanJunk(concurrent, JunkScanMode::concurrent);
-  EXPECT_EQ(concurrentResult.identities, scanJunk(sequential, JunkScanMode::sequential).identities);
-  for (std::size_t index = 0; index < concurrent.size(); ++index) {
-    EXPECT_EQ(concurrent[index]->items(), sequential[index]->items()) << concurrent[index]->id;
-  }
 }
 
 TEST(SmartCleanCatalogue, ObserversHearOfTheScanResults) {

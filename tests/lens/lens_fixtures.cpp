@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -104,12 +105,8 @@ FindTotals findTotals(const std::string& root) {
   std::int64_t blocks = 0;
   while (lines >> type >> inode >> blocks) {
     ++totals.entries;
-    if (type == "d") {
-      totals.folderBytes += blocks * 512;
-      continue;
-    }
-    totals.everyName += blocks * 512;
-    if (seen.insert(inode).second) totals.eachInodeOnce += blocks * 512;
+    (type == "d" ? totals.folderBytes : totals.everyName) += blocks * 512;
+    if (type != "d" && seen.insert(inode).second) totals.eachInodeOnce += blocks * 512;
   }
   return totals;
 }
@@ -142,25 +139,24 @@ void makeDeepChain(const std::string& root, int depth, const std::string& name, 
 
 std::int64_t withPermissionsApplied(const std::function<std::int64_t()>& work) {
   if (::geteuid() != 0) return work();
-  int channel[2];
-  require(::pipe2(channel, O_CLOEXEC) == 0, "pipe");
+  void* shared = ::mmap(nullptr, sizeof(std::int64_t), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  require(shared != MAP_FAILED, "mmap");
+  auto* result = static_cast<std::int64_t*>(shared);
   const pid_t child = ::fork();
-  require(child >= 0, "fork");
   if (child == 0) {
     constexpr uid_t kNobody = 65534;
     if (::setgroups(0, nullptr) != 0 || ::setgid(kNobody) != 0 || ::setuid(kNobody) != 0) ::_exit(1);
-    const std::int64_t result = work();
-    ::_exit(::write(channel[1], &result, sizeof result) == static_cast<ssize_t>(sizeof result) ? 0 : 1);
+    *result = work();
+    ::_exit(0);
   }
-  ::close(channel[1]);
-  std::int64_t result = 0;
-  const bool read = ::read(channel[0], &result, sizeof result) == static_cast<ssize_t>(sizeof result);
-  ::close(channel[0]);
   int status = 0;
-  while (::waitpid(child, &status, 0) < 0 && errno == EINTR) {
+  while (child > 0 && ::waitpid(child, &status, 0) < 0 && errno == EINTR) {
   }
-  if (!read || !WIFEXITED(status) || WEXITSTATUS(status) != 0) throw std::runtime_error("unprivileged child failed");
-  return result;
+  const std::int64_t value = *result;
+  ::munmap(shared, sizeof(std::int64_t));
+  if (child < 0 || !WIFEXITED(status) || WEXITSTATUS(status) != 0)
+    throw std::runtime_error("unprivileged child failed");
+  return value;
 }
 
 }  // namespace tw::test

@@ -7,6 +7,7 @@
 #include <thread>
 #include <utility>
 
+#include "core/path.h"
 #include "lens/disk_scanner.h"
 #include "lens/folder_walk.h"
 #include "lens/lens_fixtures.h"
@@ -91,34 +92,29 @@ std::error_code removeDoomedSwapping(const FakeHome& home, const std::function<v
   return remover.error();
 }
 
-TEST(SafeRemoval, AFolderSwappedForALinkMidwayIsRemovedAsALink) {
-  FakeHome home;
+TEST(SafeRemoval, AFolderSwappedMidwayIsNeverEmptiedThroughItsNewName) {
   Precious outside;
-  home.file("doomed/victim/file", 10);
-  home.file("doomed/other/file", 10);
-  const std::string parked = home.folder("parked") + "/victim", victim = home / "doomed/victim";
-  EXPECT_FALSE(removeDoomedSwapping(home, [&] {
-    ASSERT_EQ(std::rename(victim.c_str(), parked.c_str()), 0);
-    ASSERT_EQ(::symlink(outside.root.c_str(), victim.c_str()), 0);
-  }));
+  for (const bool forALink : {true, false}) {
+    SCOPED_TRACE(forALink ? "swapped for a link" : "swapped for another folder");
+    FakeHome home;
+    home.file("doomed/victim/file", 10);
+    home.file("doomed/other/file", 10);
+    const std::string impostor = home.file("elsewhere/impostor/precious", 10);
+    const std::string parked = home.folder("parked") + "/victim", victim = home / "doomed/victim";
+    const auto error = removeDoomedSwapping(home, [&] {
+      ASSERT_EQ(std::rename(victim.c_str(), parked.c_str()), 0);
+      ASSERT_EQ(forALink ? ::symlink(outside.root.c_str(), victim.c_str())
+                         : std::rename(parentPath(impostor).c_str(), victim.c_str()),
+                0);
+    });
+    // A link is removed as a link; a folder that was not listed is not emptied.
+    EXPECT_EQ(error, forALink ? std::error_code() : std::make_error_code(static_cast<std::errc>(ESTALE)));
+    EXPECT_EQ(exists(victim + "/precious"), !forALink);
+    EXPECT_EQ(exists(victim), !forALink);
+    EXPECT_TRUE(exists(parked + "/file")) << "the moved folder is no longer part of the tree";
+    EXPECT_FALSE(exists(home / "doomed/other"));
+  }
   EXPECT_TRUE(outside.intact());
-  EXPECT_FALSE(exists(victim)) << "the link itself is removed";
-  EXPECT_FALSE(exists(home / "doomed/other"));
-  EXPECT_TRUE(exists(parked + "/file")) << "the moved folder is no longer part of the tree";
-}
-
-TEST(SafeRemoval, AFolderSwappedForAnotherFolderMidwayIsLeftAlone) {
-  FakeHome home;
-  home.file("doomed/victim/file", 10);
-  home.file("elsewhere/impostor/precious", 10);
-  const std::string parked = home.folder("parked") + "/victim", victim = home / "doomed/victim";
-  EXPECT_EQ(removeDoomedSwapping(home,
-                                 [&] {
-                                   ASSERT_EQ(std::rename(victim.c_str(), parked.c_str()), 0);
-                                   ASSERT_EQ(std::rename((home / "elsewhere/impostor").c_str(), victim.c_str()), 0);
-                                 }),
-            std::make_error_code(static_cast<std::errc>(ESTALE)));
-  EXPECT_TRUE(exists(victim + "/precious")) << "a folder that was not listed is not emptied";
 }
 
 TEST(SafeRemoval, RacingSwapsNeverReachOutsideTheTree) {
