@@ -13,13 +13,6 @@ namespace {
 
 using nlohmann::json;
 
-RunResult tidewarden(const std::string& table, const std::vector<std::string>& arguments,
-                     const std::string& cacheHome = "") {
-  std::map<std::string, std::optional<std::string>> environment{{"TIDEWARDEN_JUNK_TABLE", table}};
-  if (!cacheHome.empty()) environment["XDG_CACHE_HOME"] = cacheHome;
-  return runTidewarden(arguments, environment);
-}
-
 std::set<std::string> safePaths(const JunkHome& layout) {
   std::set<std::string> paths;
   for (const auto& id : kSafeJunkCategoryIds) paths.insert(layout.offered.at(id).begin(), layout.offered.at(id).end());
@@ -34,23 +27,23 @@ void expectSafeCleanDeletesExactlyTheSafeCategories(const std::string& table, Ju
   const JunkHome layout = stock(home);
   const auto safe = safePaths(layout);
   const auto tree = treeSnapshot(home.path());
-  const RunResult misuse = tidewarden(table, {"clean", "--yes"});
+  const RunResult misuse = tidewardenWith(table, {"clean", "--yes"});
   EXPECT_EQ(misuse.code, 2);
   EXPECT_EQ(misuse.err,
             "tidewarden: clean needs --safe (deletes the ✓ categories from `tidewarden junk`)\n"
             "Run 'tidewarden help' for usage.\n");
-  const RunResult preview = tidewarden(table, {"clean", "--safe"});
+  const RunResult preview = tidewardenWith(table, {"clean", "--safe"});
   EXPECT_EQ(preview.code, 1);
   EXPECT_TRUE(preview.out.starts_with("Will delete " + std::to_string(safe.size()) + " items (")) << preview.out;
   EXPECT_NE(preview.out.find("  User Cache Files"), std::string::npos);
   EXPECT_EQ(preview.out.find("Trash"), std::string::npos) << preview.out;
   EXPECT_EQ(preview.out.find("Installers"), std::string::npos);
   EXPECT_EQ(preview.err, "\nNothing was deleted. Re-run with --yes to delete them, or --dry-run to preview.\n");
-  const RunResult dryText = tidewarden(table, {"clean", "--safe", "--dry-run", "--yes"});
+  const RunResult dryText = tidewardenWith(table, {"clean", "--safe", "--dry-run", "--yes"});
   EXPECT_EQ(dryText.code, 0);
   EXPECT_TRUE(dryText.out.starts_with("Would delete ")) << dryText.out;
   EXPECT_EQ(dryText.err, "");
-  const RunResult dryJson = tidewarden(table, {"clean", "--safe", "-n", "-y", "--json"});
+  const RunResult dryJson = tidewardenWith(table, {"clean", "--safe", "-n", "-y", "--json"});
   EXPECT_EQ(dryJson.code, 0);
   const json dry = json::parse(dryJson.out);
   EXPECT_EQ(dry["dryRun"], true);
@@ -73,7 +66,7 @@ void expectSafeCleanDeletesExactlyTheSafeCategories(const std::string& table, Ju
   EXPECT_EQ(treeSnapshot(home.path()), tree);
   EXPECT_TRUE(History::entries().empty());
 
-  const RunResult result = tidewarden(table, {"clean", "--safe", "--yes", "--json"});
+  const RunResult result = tidewardenWith(table, {"clean", "--safe", "--yes", "--json"});
 
   ASSERT_EQ(result.code, 0) << result.out << result.err;
   const json answer = json::parse(result.out);
@@ -101,23 +94,20 @@ TEST(CleanCommand, OnlyYesDeletesAndOnlyTheSafeCategoriesOfALinuxHome) {
   expectSafeCleanDeletesExactlyTheSafeCategories("linux", makeLinuxJunkHome);
 }
 
-TEST(CleanCommand, NothingToCleanIsSuccess) {
+TEST(CleanCommand, NothingToCleanIsSuccessAndWhatCannotBeDeletedIsListedWhileTheRunGoesOn) {
   FakeHome home;
   junkFile(home, "Downloads/Setup.dmg");
-  const RunResult result = tidewarden("linux", {"clean", "--safe"});
-  EXPECT_EQ(result.code, 0);
-  EXPECT_EQ(result.out, "Nothing to clean: the ✓ categories of `tidewarden junk` are empty.\n");
+  const RunResult nothing = tidewardenWith("linux", {"clean", "--safe"});
+  EXPECT_EQ(nothing.code, 0);
+  EXPECT_EQ(nothing.out, "Nothing to clean: the ✓ categories of `tidewarden junk` are empty.\n");
   EXPECT_TRUE(exists(home / "Downloads/Setup.dmg"));
-}
 
-TEST(CleanCommand, PathsThatCannotBeDeletedAreListedAndTheRunGoesOn) {
-  FakeHome home;
   // A cache folder outside the home folder is found but the removal guard refuses it.
   const std::string outside = makeTempFolder("tw-outside-cache");
   writeFilledFile(outside + "/tool/data", junkFileSize);
   junkFile(home, ".npm/_cacache/index");
   junkFile(home, ".config/Code/Cache/data");
-  const RunResult result = tidewarden("linux", {"clean", "--safe", "--yes"}, outside);
+  const RunResult result = tidewardenWith("linux", {"clean", "--safe", "--yes"}, outside);
   EXPECT_EQ(result.code, 1);
   EXPECT_TRUE(result.out.starts_with("Freed ")) << result.out;
   EXPECT_NE(result.out.find(" from 2 items.\n\n1 item could not be fully deleted (in use or protected):\n  " + outside +
@@ -129,7 +119,7 @@ TEST(CleanCommand, PathsThatCannotBeDeletedAreListedAndTheRunGoesOn) {
   EXPECT_FALSE(exists(home / ".config/Code/Cache"));
 
   junkFile(home, ".npm/_cacache/index");
-  const RunResult json = tidewarden("linux", {"clean", "--safe", "--yes", "--json"}, outside);
+  const RunResult json = tidewardenWith("linux", {"clean", "--safe", "--yes", "--json"}, outside);
   EXPECT_EQ(json.code, 1);
   const auto answer = nlohmann::json::parse(json.out);
   EXPECT_EQ(answer["failed"], nlohmann::json::array({outside + "/tool"}));
@@ -150,7 +140,7 @@ TEST(CleanCommand, LinksToOutsideTheHomeAreMeasuredAndDeletedAsLinks) {
   for (const std::string& path : {link, home / "Library/Application Support/Linked", home / "Library/Logs"}) {
     ASSERT_EQ(::symlink(target.c_str(), path.c_str()), 0);
   }
-  const json listing = json::parse(tidewarden("macos", {"junk", "--json", "--items"}).out);
+  const json listing = json::parse(tidewardenWith("macos", {"junk", "--json", "--items"}).out);
   EXPECT_EQ(listing["categories"][1]["count"], 0) << "no walk through a link";
   EXPECT_EQ(listing["categories"][2]["count"], 0) << "no listing through a link";
   if (allocatedBytes(link) == 0) GTEST_SKIP() << "this file system gives links no blocks of their own";
@@ -160,7 +150,7 @@ TEST(CleanCommand, LinksToOutsideTheHomeAreMeasuredAndDeletedAsLinks) {
   EXPECT_EQ(items[0]["size"], allocatedBytes(link));
   EXPECT_LT(items[0]["size"], 1 << 20);
 
-  const RunResult result = tidewarden("macos", {"clean", "--safe", "--yes"});
+  const RunResult result = tidewardenWith("macos", {"clean", "--safe", "--yes"});
   EXPECT_EQ(result.code, 0) << result.out;
   EXPECT_TRUE(result.out.ends_with(" from 1 item.\n")) << result.out;
   EXPECT_FALSE(exists(link));

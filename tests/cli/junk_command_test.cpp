@@ -13,11 +13,6 @@ namespace {
 
 using nlohmann::json;
 
-RunResult junk(const std::string& table, std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), "junk");
-  return runTidewarden(arguments, {{"TIDEWARDEN_JUNK_TABLE", table}});
-}
-
 TEST(JunkCommand, JsonListsExactlyTheCatalogueOfEachPlatformsFakeHomeWithItemsOnRequest) {
   const std::vector<std::string> titles{
       "User Cache Files",       "App & Browser Caches", "Log Files", "Xcode Junk", "Developer Caches", "Trash",
@@ -26,7 +21,7 @@ TEST(JunkCommand, JsonListsExactlyTheCatalogueOfEachPlatformsFakeHomeWithItemsOn
     SCOPED_TRACE(table);
     FakeHome home;
     const JunkHome layout = stock(home);
-    const RunResult result = junk(table, {"--json", "--items"});
+    const RunResult result = tidewardenWith(table, {"junk", "--json", "--items"});
     ASSERT_EQ(result.code, 0) << result.err;
     EXPECT_EQ(result.err, "");
     const json answer = json::parse(result.out);
@@ -63,7 +58,8 @@ TEST(JunkCommand, JsonListsExactlyTheCatalogueOfEachPlatformsFakeHomeWithItemsOn
     EXPECT_GT(safeTotal, 0);
     json withoutItems = answer;
     for (auto& category : withoutItems["categories"]) category.erase("items");
-    EXPECT_EQ(json::parse(junk(table, {"--json"}).out), withoutItems) << "--items only adds the item lists";
+    EXPECT_EQ(json::parse(tidewardenWith(table, {"junk", "--json"}).out), withoutItems)
+        << "--items only adds the item lists";
   }
 }
 
@@ -71,7 +67,7 @@ TEST(JunkCommand, TextMarksTheSafeCategoriesAndTotalsThem) {
   FakeHome home;
   junkFile(home, "Library/Caches/app/data");
   junkFile(home, "Downloads/Setup.dmg");
-  const RunResult result = junk("macos", {"--items"});
+  const RunResult result = tidewardenWith("macos", {"junk", "--items"});
   ASSERT_EQ(result.code, 0) << result.err;
   const auto& out = result.out;
   const auto lines = splitLines(out);
@@ -103,7 +99,7 @@ TEST(JunkCommand, AnUnreadableTrashAndNamesThatAreNotUtf8StillGiveValidJson) {
         {"linux",
          "Tidewarden can't read your Trash folder (~/.local/share/Trash/files). Check its permissions to empty "
          "the Trash here."}}) {
-    const RunResult result = junk(table, {"--json", "--items"});
+    const RunResult result = tidewardenWith(table, {"junk", "--json", "--items"});
     ASSERT_EQ(result.code, 0) << table;
     EXPECT_EQ(validUtf8(result.out), result.out);
     const json answer = json::parse(result.out);

@@ -9,7 +9,7 @@
 namespace tw::test {
 namespace {
 
-TEST(StatusCommand, JsonReportsTheVolumeHoldingTheHomeFolderAsDfDoes) {
+TEST(StatusCommand, JsonReportsTheVolumeHoldingTheHomeFolderAsDfDoesAndTakesNoArguments) {
   FakeHome home;
   const auto result = runTidewarden({"status", "--json"});
   ASSERT_EQ(result.code, 0) << result.err;
@@ -28,6 +28,10 @@ TEST(StatusCommand, JsonReportsTheVolumeHoldingTheHomeFolderAsDfDoes) {
   const double total = json["total"].get<double>(), used = json["used"].get<double>();
   EXPECT_EQ(used, total - json["available"].get<double>());
   EXPECT_NEAR(json["usedPercent"].get<double>(), used / total * 100, 0.05);
+
+  const auto misuse = runTidewarden({"status", "extra"});
+  EXPECT_EQ(misuse.code, 2);
+  EXPECT_EQ(misuse.err, "tidewarden: unexpected argument 'extra'\nRun 'tidewarden help' for usage.\n");
 }
 
 TEST(StatusCommand, SampleModeShowsTheDemonstrationVolume) {
@@ -50,13 +54,6 @@ TEST(StatusCommand, SampleModeShowsTheDemonstrationVolume) {
                                       std::string("Purgeable"), std::string("Linux has no purgeable space")}) {
     EXPECT_NE(text.out.find(expected), std::string::npos) << expected << " in:\n" << text.out;
   }
-}
-
-TEST(StatusCommand, TakesNoArguments) {
-  FakeHome home;
-  const auto result = runTidewarden({"status", "extra"});
-  EXPECT_EQ(result.code, 2);
-  EXPECT_EQ(result.err, "tidewarden: unexpected argument 'extra'\nRun 'tidewarden help' for usage.\n");
 }
 
 }  // namespace

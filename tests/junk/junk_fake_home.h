@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -37,7 +38,7 @@ inline void junkFile(FakeHome& home, const std::string& relative) { home.file(re
 
 // Stocks a fake home from entries "id:offered|rest": the file "offered" + "rest" is created
 // and category `id` must offer "offered" (the file itself when there is no "|"). An entry
-// without "id:" is a trap nothing may offer; one ending in "/" is an empty folder. Files
+// without "id:" is a trap nothing may offer; one ending in "/" is a folder. Files
 // differ in size so that the order of items means something.
 inline JunkHome stockJunkHome(FakeHome& home, const std::vector<std::string>& entries) {
   JunkHome layout;
@@ -116,6 +117,15 @@ inline JunkHome makeLinuxJunkHome(FakeHome& home) {
        // The macOS places are nothing on Linux.
        "Library/Logs/install.log", "Library/Caches/com.apple.Safari/Cache.db",
        "Library/Developer/Xcode/DerivedData/MyApp-abcdef/Build/app", ".Trash/mac-trash.txt"});
+}
+
+// Runs tidewarden with one platform's table ("macos" or "linux") and, if given, another
+// XDG cache folder.
+inline RunResult tidewardenWith(const std::string& table, const std::vector<std::string>& arguments,
+                                const std::string& cacheHome = "") {
+  std::map<std::string, std::optional<std::string>> environment{{"TIDEWARDEN_JUNK_TABLE", table}};
+  if (!cacheHome.empty()) environment["XDG_CACHE_HOME"] = cacheHome;
+  return runTidewarden(arguments, environment);
 }
 
 // Every path under `root`, relative to it, links not followed.

@@ -111,11 +111,10 @@ FindTotals findTotals(const std::string& root) {
   return totals;
 }
 
-const FSNode* childNamed(const FSNode& node, const std::string& name) {
-  for (const auto& child : node.children) {
-    if (child->name == name) return child.get();
-  }
-  return nullptr;
+std::set<std::string> childNames(const FSNode& node) {
+  std::set<std::string> names;
+  for (const auto& child : node.children) names.insert(child->name);
+  return names;
 }
 
 std::int64_t blocksOf(const std::string& path) {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "lens/disk_scanner.h"
@@ -47,8 +48,8 @@ struct FindTotals {
 };
 [[nodiscard]] FindTotals findTotals(const std::string& root);
 
-// The child of `node` with this name, or null.
-[[nodiscard]] const FSNode* childNamed(const FSNode& node, const std::string& name);
+// The names of the children a scan kept below `node`.
+[[nodiscard]] std::set<std::string> childNames(const FSNode& node);
 
 // What lstat says a path occupies on disk.
 [[nodiscard]] std::int64_t blocksOf(const std::string& path);
