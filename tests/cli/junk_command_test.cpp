@@ -13,124 +13,107 @@ namespace {
 
 using nlohmann::json;
 
-RunResult junk(const std::string& table, std::vector<std::string> arguments) {
-  arguments.insert(arguments.begin(), "junk");
-  return runTidewarden(arguments, {{"TIDEWARDEN_JUNK_TABLE", table}});
-}
-
-// Checks the whole JSON answer against a fake home's layout.
-void expectListing(const json& answer, const JunkHome& layout, const FakeHome& home) {
-  const std::vector<std::string> ids{"caches", "appcaches", "logs", "xcode", "dev", "trash", "installers"};
+TEST(JunkCommand, JsonListsExactlyTheCatalogueOfEachPlatformsFakeHomeWithItemsOnRequest) {
   const std::vector<std::string> titles{
       "User Cache Files",       "App & Browser Caches", "Log Files", "Xcode Junk", "Developer Caches", "Trash",
       "Installers in Downloads"};
-  ASSERT_EQ(answer["categories"].size(), ids.size());
-  std::int64_t total = 0;
-  std::int64_t safeTotal = 0;
-  for (std::size_t index = 0; index < ids.size(); ++index) {
-    const json& category = answer["categories"][index];
-    EXPECT_EQ(category["id"], ids[index]);
-    EXPECT_EQ(category["title"], titles[index]);
-    EXPECT_TRUE(category["detail"].is_string());
-    const bool safe = ids[index] != "trash" && ids[index] != "installers";
-    EXPECT_EQ(category["safe"], safe) << ids[index];
-    EXPECT_TRUE(category["note"].is_null()) << ids[index];
-    std::set<std::string> offered;
-    std::int64_t sum = 0;
-    for (const json& item : category["items"]) {
-      const std::string path = item["path"];
-      offered.insert(path.substr(home.path().size() + 1));
-      EXPECT_EQ(item["size"].get<std::int64_t>(), allocatedBytes(path)) << path;
-      sum += item["size"].get<std::int64_t>();
+  for (const auto& [table, stock] : {std::pair{"macos", &makeMacJunkHome}, {"linux", &makeLinuxJunkHome}}) {
+    SCOPED_TRACE(table);
+    FakeHome home;
+    const JunkHome layout = stock(home);
+    const RunResult result = tidewardenWith(table, {"junk", "--json", "--items"});
+    ASSERT_EQ(result.code, 0) << result.err;
+    EXPECT_EQ(result.err, "");
+    const json answer = json::parse(result.out);
+    ASSERT_EQ(answer["categories"].size(), kJunkCategoryIds.size());
+    std::int64_t total = 0, safeTotal = 0;
+    for (std::size_t index = 0; index < kJunkCategoryIds.size(); ++index) {
+      const json& category = answer["categories"][index];
+      const std::string& id = kJunkCategoryIds[index];
+      EXPECT_EQ(category["id"], id);
+      EXPECT_EQ(category["title"], titles[index]);
+      EXPECT_TRUE(category["detail"].is_string());
+      EXPECT_EQ(category["safe"], kSafeJunkCategoryIds.contains(id)) << id;
+      EXPECT_TRUE(category["note"].is_null()) << id;
+      std::set<std::string> offered;
+      std::int64_t sum = 0, previous = INT64_MAX;
+      for (const json& item : category["items"]) {
+        const std::string path = item["path"];
+        const std::int64_t size = item["size"];
+        offered.insert(path.substr(home.path().size() + 1));
+        EXPECT_EQ(size, allocatedBytes(path)) << path;
+        EXPECT_LE(size, previous) << path << " comes after a smaller item";
+        previous = size;
+        sum += size;
+      }
+      EXPECT_EQ(offered, layout.offered.at(id)) << id;
+      EXPECT_EQ(category["count"], offered.size()) << id << ": nothing listed twice";
+      EXPECT_EQ(category["items"].size(), offered.size()) << id;
+      EXPECT_EQ(category["total"], sum);
+      total += sum;
+      safeTotal += category["safe"] ? sum : 0;
     }
-    EXPECT_EQ(offered, layout.offered.at(ids[index])) << ids[index];
-    EXPECT_EQ(category["count"], category["items"].size());
-    EXPECT_EQ(category["total"], sum);
-    total += sum;
-    if (safe) safeTotal += sum;
+    EXPECT_EQ(answer["total"], total);
+    EXPECT_EQ(answer["safeTotal"], safeTotal);
+    EXPECT_GT(safeTotal, 0);
+    json withoutItems = answer;
+    for (auto& category : withoutItems["categories"]) category.erase("items");
+    EXPECT_EQ(json::parse(tidewardenWith(table, {"junk", "--json"}).out), withoutItems)
+        << "--items only adds the item lists";
   }
-  EXPECT_EQ(answer["total"], total);
-  EXPECT_EQ(answer["safeTotal"], safeTotal);
-  EXPECT_GT(safeTotal, 0);
-}
-
-TEST(JunkCommand, JsonListsExactlyTheMacCatalogueOfAFakeHome) {
-  FakeHome home;
-  const JunkHome layout = makeMacJunkHome(home);
-  const RunResult result = junk("macos", {"--json", "--items"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.err, "");
-  expectListing(json::parse(result.out), layout, home);
-}
-
-TEST(JunkCommand, JsonListsExactlyTheLinuxCatalogueOfAFakeHome) {
-  FakeHome home;
-  const JunkHome layout = makeLinuxJunkHome(home);
-  const RunResult result = junk("linux", {"--json", "--items"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  expectListing(json::parse(result.out), layout, home);
-}
-
-TEST(JunkCommand, JsonWithoutItemsCarriesNoItemLists) {
-  FakeHome home;
-  makeLinuxJunkHome(home);
-  const json answer = json::parse(junk("linux", {"--json"}).out);
-  for (const json& category : answer["categories"]) {
-    EXPECT_FALSE(category.contains("items")) << category["id"];
-    EXPECT_TRUE(category.contains("count"));
-  }
-  EXPECT_EQ(answer["categories"][0]["count"], 4);
 }
 
 TEST(JunkCommand, TextMarksTheSafeCategoriesAndTotalsThem) {
   FakeHome home;
   junkFile(home, "Library/Caches/app/data");
   junkFile(home, "Downloads/Setup.dmg");
-  const RunResult result = junk("macos", {"--items"});
+  const RunResult result = tidewardenWith("macos", {"junk", "--items"});
   ASSERT_EQ(result.code, 0) << result.err;
-  const auto lines = splitLines(result.out);
+  const auto& out = result.out;
+  const auto lines = splitLines(out);
   ASSERT_GE(lines.size(), 9u);
-  EXPECT_TRUE(lines[0].starts_with("✓ User Cache Files")) << result.out;
+  EXPECT_TRUE(lines[0].starts_with("✓ User Cache Files")) << out;
   EXPECT_NE(lines[0].find("1 item"), std::string::npos);
-  EXPECT_NE(result.out.find("  Installers in Downloads"), std::string::npos);
-  EXPECT_EQ(result.out.find("✓ Installers"), std::string::npos);
-  EXPECT_EQ(result.out.find("✓ Trash"), std::string::npos);
-  EXPECT_NE(result.out.find("~/Library/Caches/app\n"), std::string::npos) << result.out;
-  EXPECT_NE(result.out.find("~/Downloads/Setup.dmg\n"), std::string::npos);
-  EXPECT_NE(result.out.find("Grant Tidewarden Full Disk Access"), std::string::npos);
   const std::string both = byteFormatter(2 * allocatedBytes(home / "Downloads/Setup.dmg"));
   const std::string one = byteFormatter(allocatedBytes(home / "Downloads/Setup.dmg"));
-  EXPECT_NE(result.out.find("\nTotal " + both + ". `tidewarden clean --safe` frees " + one + " (✓ categories).\n"),
-            std::string::npos)
-      << result.out;
+  for (const std::string& expected :
+       {std::string("  Installers in Downloads"), std::string("~/Library/Caches/app\n"),
+        std::string("~/Downloads/Setup.dmg\n"), std::string("Grant Tidewarden Full Disk Access"),
+        "\nTotal " + both + ". `tidewarden clean --safe` frees " + one + " (✓ categories).\n"}) {
+    EXPECT_NE(out.find(expected), std::string::npos) << expected << " in:\n" << out;
+  }
+  EXPECT_EQ(out.find("✓ Installers"), std::string::npos);
+  EXPECT_EQ(out.find("✓ Trash"), std::string::npos);
 }
 
-TEST(JunkCommand, UnreadableTrashShowsTheNoteAndTheRestStillRuns) {
+TEST(JunkCommand, AnUnreadableTrashAndNamesThatAreNotUtf8StillGiveValidJson) {
   FakeHome home;
   junkFile(home, ".Trash");
-  junkFile(home, "Library/Logs/app.log");
-  const json answer = json::parse(junk("macos", {"--json"}).out);
-  EXPECT_EQ(answer["categories"][5]["note"],
-            "Grant Tidewarden Full Disk Access in System Settings \u203A Privacy & Security to empty the Trash here.");
-  EXPECT_EQ(answer["categories"][2]["count"], 1);
-}
-
-TEST(JunkCommand, NamesThatAreNotUtf8StillGiveValidJson) {
-  FakeHome home;
-  junkFile(home, std::string("Library/Caches/bad-\xff\xfe-name/data"));
-  const RunResult result = junk("macos", {"--json", "--items"});
-  ASSERT_EQ(result.code, 0);
-  EXPECT_EQ(validUtf8(result.out), result.out);
-  const json answer = json::parse(result.out);
-  ASSERT_EQ(answer["categories"][0]["items"].size(), 1u);
-  EXPECT_NE(answer["categories"][0]["items"][0]["path"].get<std::string>().find("bad-"), std::string::npos);
+  junkFile(home, ".local/share/Trash/files");
+  for (const char* caches : {"Library/Caches/", ".cache/"})
+    junkFile(home, caches + std::string("bad-\xff\xfe-name/data"));
+  for (const auto& [table, note] :
+       {std::pair{"macos",
+                  "Grant Tidewarden Full Disk Access in System Settings \u203A Privacy & Security to empty the "
+                  "Trash here."},
+        {"linux",
+         "Tidewarden can't read your Trash folder (~/.local/share/Trash/files). Check its permissions to empty "
+         "the Trash here."}}) {
+    const RunResult result = tidewardenWith(table, {"junk", "--json", "--items"});
+    ASSERT_EQ(result.code, 0) << table;
+    EXPECT_EQ(validUtf8(result.out), result.out);
+    const json answer = json::parse(result.out);
+    EXPECT_EQ(answer["categories"][5]["note"], note) << "in the platform's words";
+    ASSERT_EQ(answer["categories"][0]["items"].size(), 1u) << table << ": the rest still runs";
+    EXPECT_NE(answer["categories"][0]["items"][0]["path"].get<std::string>().find("bad-"), std::string::npos);
+  }
 }
 
 TEST(JunkCommand, FlagsTakeNoValues) {
   FakeHome home;
   const RunResult result = runTidewarden({"junk", "--json=1"});
   EXPECT_EQ(result.code, 2);
-  EXPECT_TRUE(result.err.starts_with("tidewarden: unknown option '--json=1'")) << result.err;
+  EXPECT_EQ(result.err, "tidewarden: unknown option '--json=1'\nRun 'tidewarden help' for usage.\n");
 }
 
 }  // namespace

@@ -1,36 +1,35 @@
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <nlohmann/json.hpp>
-#include <set>
-#include <sstream>
+#include <tuple>
 
 #include "core/format.h"
+#include "lens/disk_scanner.h"
 #include "support/fake_home.h"
 
 namespace tw::test {
 namespace {
 
+using nlohmann::json;
 constexpr std::int64_t kMiB = 1024 * 1024;
 
-// Allocated bytes of every file below `root`, each inode once, as find reports them.
-std::int64_t findBytes(const std::string& root) {
-  const auto found = runProcess({"find", root, "!", "-type", "d", "-printf", "%i %b\n"});
-  std::istringstream lines(found.out);
-  std::set<std::uint64_t> seen;
-  std::uint64_t inode = 0;
-  std::int64_t blocks = 0, total = 0;
-  while (lines >> inode >> blocks) {
-    if (seen.insert(inode).second) total += blocks * 512;
-  }
-  return total;
+// The names and nesting of a scan's JSON tree, as "(child child(grandchild))": "()" is an
+// empty list of children, and a node without a list shows none.
+std::string shape(const json& node) {
+  std::string text = node.value("name", "");
+  if (!node.contains("children")) return text;
+  text += "(";
+  for (const auto& child : node["children"]) text += (text.back() == '(' ? "" : " ") + shape(child);
+  return text + ")";
 }
 
-std::set<std::string> keysOf(const nlohmann::json& object) {
-  std::set<std::string> keys;
-  for (const auto& [key, value] : object.items()) keys.insert(key);
-  return keys;
+json scanJson(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), {"scan", "--json"});
+  const auto result = runTidewarden(arguments);
+  EXPECT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.err, "") << "no spinner when the output is not a terminal";
+  return json::parse(result.out);
 }
 
 void makeProject(FakeHome& home) {
@@ -42,53 +41,38 @@ void makeProject(FakeHome& home) {
   home.folder("work/empty");
 }
 
-TEST(ScanCommand, JsonDescribesTheTreeWithItsTotals) {
+TEST(ScanCommand, JsonDescribesTheTreeAsTheScannerSeesIt) {
   FakeHome home;
   makeProject(home);
-  const auto result = runTidewarden({"scan", home / "work", "--json"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.err, "") << "no spinner when the output is not a terminal";
-  const auto json = nlohmann::json::parse(result.out);
-  EXPECT_EQ(keysOf(json), (std::set<std::string>{"path", "size", "freeable", "items", "elapsed", "smallItems",
-                                                 "smallBytes", "children"}));
-  EXPECT_EQ(json["path"], home / "work");
-  EXPECT_EQ(json["size"].get<std::int64_t>(), findBytes(home / "work"));
-  EXPECT_EQ(json["items"], 11);
-  EXPECT_EQ(json["smallItems"], 2) << "notes.txt and the empty folder";
-  EXPECT_TRUE(json["elapsed"].is_number());
-
-  const auto& children = json["children"];
-  ASSERT_EQ(children.size(), 2u);
-  EXPECT_EQ(children[0]["name"], "app");
-  EXPECT_EQ(children[0]["path"], home / "work/app");
-  EXPECT_EQ(children[0]["isDir"], true);
-  EXPECT_EQ(children[0]["items"], 7);
-  EXPECT_EQ(children[1]["name"], "video.mov");
-  EXPECT_EQ(children[1]["isDir"], false);
-  EXPECT_EQ(keysOf(children[0]), (std::set<std::string>{"name", "path", "isDir", "size", "freeable", "items"}))
-      << "the default depth shows one level";
-  EXPECT_GE(children[0]["size"].get<std::int64_t>(), children[1]["size"].get<std::int64_t>());
+  json answer = scanJson({home / "work"});
+  EXPECT_TRUE(answer["elapsed"].is_number());
+  answer.erase("elapsed");
+  const auto tree = DiskScanner().scan(home / "work");
+  const auto node = [](const FSNode& n) {
+    return json{{"name", n.name}, {"path", n.path()},       {"isDir", n.isDir},
+                {"size", n.size}, {"freeable", n.freeable}, {"items", n.itemCount}};
+  };
+  // The small items are notes.txt and the empty folder.
+  EXPECT_EQ(answer, (json{{"path", home / "work"},
+                          {"size", tree->size},
+                          {"freeable", tree->freeable},
+                          {"items", 11},
+                          {"smallItems", 2},
+                          {"smallBytes", tree->smallBytes},
+                          {"children", {node(*tree->children.at(0)), node(*tree->children.at(1))}}}));
+  EXPECT_EQ(shape(answer), "(app video.mov)") << "the default depth shows one level";
+  EXPECT_EQ(answer["children"][0]["items"], 7);
 }
 
 TEST(ScanCommand, DepthAndTopShapeTheJson) {
   FakeHome home;
   makeProject(home);
-  const auto deep = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--depth", "3"}).out);
-  const auto& app = deep["children"][0];
-  ASSERT_TRUE(app.contains("children"));
-  ASSERT_EQ(app["children"].size(), 2u);
-  EXPECT_EQ(app["children"][0]["name"], "build");
-  EXPECT_EQ(app["children"][0]["children"][0]["name"], "output.bin");
-  EXPECT_FALSE(app["children"][0]["children"][0].contains("children")) << "files have no children";
-  EXPECT_EQ(app["children"][1]["children"][0]["name"], "pkg");
-  EXPECT_FALSE(app["children"][1]["children"][0].contains("children")) << "depth 3 stops here";
-
-  const auto top = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--top=1", "--depth=2"}).out);
-  ASSERT_EQ(top["children"].size(), 1u);
-  EXPECT_EQ(top["children"][0]["children"].size(), 1u) << "--top applies at every level";
-
-  const auto none = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--depth", "0"}).out);
-  EXPECT_TRUE(none["children"].empty());
+  // Files have no list of children, depth 3 stops at pkg, and --top applies at every level.
+  const json deep = scanJson({home / "work", "--depth", "3"});
+  EXPECT_EQ(shape(deep), "(app(build(output.bin) node_modules(pkg)) video.mov)");
+  EXPECT_EQ(shape(scanJson({home / "work", "--top=1", "--depth=2"})), "(app(build))");
+  const json none = scanJson({home / "work", "--depth", "0"});
+  EXPECT_EQ(shape(none), "()");
   EXPECT_EQ(none["size"], deep["size"]);
 }
 
@@ -98,77 +82,62 @@ TEST(ScanCommand, TextListsTheLargestItemsAndSummarises) {
   const auto result = runTidewarden({"scan", home / "work", "--top", "1"});
   ASSERT_EQ(result.code, 0) << result.err;
   const auto& out = result.out;
-  EXPECT_NE(out.find("SIZE"), std::string::npos);
-  EXPECT_NE(out.find("REAL"), std::string::npos);
-  EXPECT_NE(out.find("app/\n"), std::string::npos);
+  for (const char* expected :
+       {"SIZE", "REAL", "app/\n", "1 more item (", "2 items under 1 MB", " freeable) in 11 items, "}) {
+    EXPECT_NE(out.find(expected), std::string::npos) << expected << " in:\n" << out;
+  }
   EXPECT_EQ(out.find("video.mov"), std::string::npos) << "only the top item is listed";
-  EXPECT_NE(out.find("1 more item ("), std::string::npos);
-  EXPECT_NE(out.find("2 items under 1 MB"), std::string::npos);
-  const std::string total = byteFormatter(findBytes(home / "work"));
+  const std::string total = byteFormatter(DiskScanner().scan(home / "work")->size);
   EXPECT_NE(out.find("~/work: " + total + " ("), std::string::npos) << out;
-  EXPECT_NE(out.find(" freeable) in 11 items, "), std::string::npos) << out;
   EXPECT_TRUE(out.ends_with("\nREAL is the space deleting would free (APFS clones and hard links excluded).\n"));
 }
 
-TEST(ScanCommand, ScansTheHomeFolderByDefault) {
+TEST(ScanCommand, ScansTheHomeRelativePathsAndLinkedFolders) {
   FakeHome home;
-  home.file("Downloads/big.iso", 2 * kMiB);
-  const auto json = nlohmann::json::parse(runTidewarden({"scan", "--json"}).out);
-  EXPECT_EQ(json["path"], home.path());
-  EXPECT_EQ(json["children"][0]["name"], "Downloads");
-}
-
-TEST(ScanCommand, RelativePathsAndFoldersThatLookLikeOptions) {
-  FakeHome home;
+  home.file("Downloads/big.iso", 3 * kMiB);
   home.file("-weird-folder/file", 2 * kMiB);
-  const auto result = runTidewarden({"scan", "--json", "--", "-weird-folder"}, {}, home.path());
-  ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(nlohmann::json::parse(result.out)["path"], home / "-weird-folder");
+  ASSERT_EQ(::symlink((home / "Downloads").c_str(), (home / "alias").c_str()), 0);
+  // The arguments, the folder scanned and its largest child: the home folder by default, a
+  // relative path that looks like an option, a link to a folder.
+  const std::vector<std::tuple<std::vector<std::string>, std::string, std::string>> cases{
+      {{"scan", "--json"}, home.path(), "Downloads"},
+      {{"scan", "--json", "--", "-weird-folder"}, home / "-weird-folder", "file"},
+      {{"scan", home / "alias", "--json"}, home / "Downloads", "big.iso"}};
+  for (const auto& [arguments, path, largest] : cases) {
+    const auto result = runTidewarden(arguments, {}, home.path());
+    ASSERT_EQ(result.code, 0) << result.err;
+    const json answer = json::parse(result.out);
+    EXPECT_EQ(answer["path"], path);
+    EXPECT_EQ(answer["children"][0]["name"], largest);
+  }
 }
 
-TEST(ScanCommand, ALinkToAFolderScansTheFolder) {
+TEST(ScanCommand, RejectsMisuseAndPathsThatAreNotFolders) {
   FakeHome home;
-  home.file("real/file", 2 * kMiB);
-  ASSERT_EQ(::symlink((home / "real").c_str(), (home / "alias").c_str()), 0);
-  const auto json = nlohmann::json::parse(runTidewarden({"scan", home / "alias", "--json"}).out);
-  EXPECT_EQ(json["path"], home / "real");
-  EXPECT_EQ(json["items"], 1);
-}
-
-TEST(ScanCommand, RejectsBadNumbersAsMisuse) {
-  FakeHome home;
-  const auto top = runTidewarden({"scan", "--top", "0"});
-  EXPECT_EQ(top.code, 2);
-  EXPECT_EQ(top.err, "tidewarden: --top expects a number ≥ 1, got '0'\nRun 'tidewarden help' for usage.\n");
-  const auto depth = runTidewarden({"scan", "--depth", "-1"});
-  EXPECT_EQ(depth.code, 2);
-  EXPECT_EQ(depth.err, "tidewarden: --depth expects a number ≥ 0, got '-1'\nRun 'tidewarden help' for usage.\n");
-  EXPECT_EQ(runTidewarden({"scan", "--top", "many"}).code, 2);
-  EXPECT_EQ(runTidewarden({"scan", "a", "b"}).code, 2);
-}
-
-TEST(ScanCommand, APathThatIsNotAFolderFails) {
-  FakeHome home;
-  const std::string file = home.file("plain.txt", 10);
-  const auto result = runTidewarden({"scan", file});
-  EXPECT_EQ(result.code, 1);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "tidewarden: not a folder: " + file + "\n");
-  const auto missing = runTidewarden({"scan", home / "missing", "--json"});
-  EXPECT_EQ(missing.code, 1);
-  EXPECT_EQ(missing.err, "tidewarden: not a folder: " + (home / "missing") + "\n");
+  const std::string file = home.file("plain.txt", 10), usage = "\nRun 'tidewarden help' for usage.\n";
+  const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases{
+      {{"scan", "--top", "0"}, 2, "tidewarden: --top expects a number ≥ 1, got '0'" + usage},
+      {{"scan", "--depth", "-1"}, 2, "tidewarden: --depth expects a number ≥ 0, got '-1'" + usage},
+      {{"scan", "--top", "many"}, 2, "tidewarden: --top expects a number ≥ 1, got 'many'" + usage},
+      {{"scan", "a", "b"}, 2, "tidewarden: unexpected argument 'b'" + usage},
+      {{"scan", file}, 1, "tidewarden: not a folder: " + file + "\n"},
+      {{"scan", home / "missing", "--json"}, 1, "tidewarden: not a folder: " + (home / "missing") + "\n"}};
+  for (const auto& [arguments, code, error] : cases) {
+    const auto result = runTidewarden(arguments);
+    EXPECT_EQ(result.code, code) << error;
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, error);
+  }
 }
 
 TEST(ScanCommand, NamesThatAreNotUtf8StayReadable) {
   FakeHome home;
   const std::string odd = "caf\xe9-\xff\xfe";
   home.file("mixed/" + odd + "/big", 2 * kMiB);
-  const auto json = runTidewarden({"scan", home / "mixed", "--json"});
-  ASSERT_EQ(json.code, 0) << json.err;
-  const auto parsed = nlohmann::json::parse(json.out);  // throws on invalid UTF-8
-  const std::string name = parsed["children"][0]["name"];
+  const json answer = scanJson({home / "mixed"});  // parsing throws on invalid UTF-8
+  const std::string name = answer["children"][0]["name"];
   EXPECT_TRUE(name.starts_with("caf\xef\xbf\xbd-")) << "invalid bytes become U+FFFD";
-  EXPECT_EQ(parsed["children"][0]["path"], home / "mixed/" + name);
+  EXPECT_EQ(answer["children"][0]["path"], home / "mixed/" + name);
 
   const auto text = runTidewarden({"scan", home / "mixed"});
   ASSERT_EQ(text.code, 0);

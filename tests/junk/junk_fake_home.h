@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -16,6 +17,10 @@
 #include "support/fake_home.h"
 
 namespace tw::test {
+
+inline const std::vector<std::string> kJunkCategoryIds{"caches", "appcaches", "logs",      "xcode",
+                                                       "dev",    "trash",     "installers"};
+inline const std::set<std::string> kSafeJunkCategoryIds{"caches", "appcaches", "logs", "xcode", "dev"};
 
 // Per category id, the home-relative paths it must offer after measuring.
 using Offered = std::map<std::string, std::set<std::string>>;
@@ -31,161 +36,96 @@ inline constexpr std::int64_t junkFileSize = 5000;
 
 inline void junkFile(FakeHome& home, const std::string& relative) { home.file(relative, junkFileSize); }
 
-// Every file in a macOS home's Smart Clean locations, plus traps.
-inline JunkHome makeMacJunkHome(FakeHome& home) {
+// Stocks a fake home from entries "id:offered|rest": the file "offered" + "rest" is created
+// and category `id` must offer "offered" (the file itself when there is no "|"). An entry
+// without "id:" is a trap nothing may offer; one ending in "/" is a folder. Files
+// differ in size so that the order of items means something.
+inline JunkHome stockJunkHome(FakeHome& home, const std::vector<std::string>& entries) {
   JunkHome layout;
-  auto& offered = layout.offered;
-  auto& kept = layout.kept;
-  for (const char* id : {"caches", "appcaches", "logs", "xcode", "dev", "trash", "installers"}) offered[id];
-
-  junkFile(home, "Library/Caches/com.apple.Safari/Cache.db");
-  junkFile(home, "Library/Caches/.hidden-cache/data");
-  junkFile(home, "Library/Caches/loose.bin");
-  junkFile(home, "Library/Caches/.DS_Store");
-  home.folder("Library/Caches/empty-folder");  // measures zero: never offered
-  offered["caches"] = {"Library/Caches/com.apple.Safari", "Library/Caches/.hidden-cache", "Library/Caches/loose.bin"};
-  kept.insert({"Library/Caches/.DS_Store", "Library/Caches/empty-folder"});
-
-  const std::string support = "Library/Application Support/";
-  junkFile(home, support + "Slack/Cache/data_1");                  // two levels down
-  junkFile(home, support + "Google/Chrome/Default/Cache/data_0");  // four levels down
-  junkFile(home, support + "Code/Code Cache/js/Cache/index");      // nested match, listed once
-  junkFile(home, support + "Code/CachedExtensionVSIXs/ext.vsix");  //
-  junkFile(home, support + "Discord/GPUCache/data_2");             //
-  junkFile(home, support + "Deep/a/b/c/Cache/too-deep");           // five levels down
-  junkFile(home, support + "Notes/Cache");                         // a file, not a folder
-  junkFile(home, support + "Slack/cache/lower-case");              // names compare exactly
-  junkFile(home, support + "Slack/storage/settings.json");         //
-  offered["appcaches"] = {support + "Slack/Cache", support + "Google/Chrome/Default/Cache", support + "Code/Code Cache",
-                          support + "Code/CachedExtensionVSIXs", support + "Discord/GPUCache"};
-  kept.insert({support + "Deep/a/b/c/Cache/too-deep", support + "Notes/Cache", support + "Slack/cache/lower-case",
-               support + "Slack/storage/settings.json"});
-
-  junkFile(home, "Library/Logs/DiagnosticReports/app.crash");
-  junkFile(home, "Library/Logs/install.log");
-  offered["logs"] = {"Library/Logs/DiagnosticReports", "Library/Logs/install.log"};
-
-  const std::string xcode = "Library/Developer/Xcode/";
-  junkFile(home, xcode + "DerivedData/MyApp-abcdef/Build/Products/app");
-  junkFile(home, xcode + "iOS DeviceSupport/17.0 (21A329)/Symbols/dyld");
-  junkFile(home, xcode + "watchOS DeviceSupport/10.0 (21R355)/Symbols/dyld");
-  // A file where a folder belongs: it cannot be listed, so it gives nothing.
-  junkFile(home, xcode + "tvOS DeviceSupport");
-  junkFile(home, "Library/Developer/CoreSimulator/Caches/dyld/cache");
-  junkFile(home, "Library/Developer/CoreSimulator/Devices/device.plist");
-  offered["xcode"] = {xcode + "DerivedData/MyApp-abcdef", xcode + "iOS DeviceSupport/17.0 (21A329)",
-                      xcode + "watchOS DeviceSupport/10.0 (21R355)", "Library/Developer/CoreSimulator/Caches"};
-  kept.insert({xcode + "tvOS DeviceSupport", "Library/Developer/CoreSimulator/Devices/device.plist"});
-
-  const std::vector<std::string> packageCaches{
-      ".npm/_cacache",       "Library/pnpm/store", ".bun/install/cache", ".gradle/caches", ".cargo/registry/cache",
-      ".cargo/registry/src", ".m2/repository",     ".cocoapods/repos",   ".android/cache",
-  };
-  for (const auto& folder : packageCaches) {
-    junkFile(home, folder + "/content");
-    offered["dev"].insert(folder);
+  for (const auto& id : kJunkCategoryIds) layout.offered[id];
+  for (std::size_t index = 0; index < entries.size(); ++index) {
+    const std::string& entry = entries[index];
+    const std::size_t colon = entry.find(':');
+    const std::string id = colon == std::string::npos ? "" : entry.substr(0, colon);
+    std::string path = entry.substr(id.empty() ? 0 : colon + 1);
+    const std::string offered = path.substr(0, path.find('|'));
+    std::erase(path, '|');
+    path.ends_with('/') ? (void)home.folder(path) : (void)home.file(path, junkFileSize + 4096 * (index % 5));
+    if (!id.empty()) layout.offered[id].insert(offered);
+    if (!kSafeJunkCategoryIds.contains(id)) layout.kept.insert(id.empty() ? path : offered);
   }
-  junkFile(home, ".cargo/bin/cargo");
-  junkFile(home, ".cache/pip/http/wheel");
-  junkFile(home, ".cache/.hidden-tool/state");
-  for (const char* model : {"huggingface", "torch", "whisper", "lm-studio"}) {
-    junkFile(home, std::string(".cache/") + model + "/model.bin");
-    kept.insert(std::string(".cache/") + model + "/model.bin");
-  }
-  offered["dev"].insert({".cache/pip", ".cache/.hidden-tool"});
-  kept.insert(".cargo/bin/cargo");
-
-  junkFile(home, ".Trash/old report.txt");
-  junkFile(home, ".Trash/Old Folder/inside.txt");
-  junkFile(home, ".Trash/.DS_Store");
-  offered["trash"] = {".Trash/old report.txt", ".Trash/Old Folder"};
-
-  for (const char* name : {"Setup.DMG", "Installer.MPKG", "Xcode.xip", "disk.iso", "tool.pkg"}) {
-    junkFile(home, std::string("Downloads/") + name);
-    offered["installers"].insert(std::string("Downloads/") + name);
-  }
-  for (const char* name : {"archive.pkg.zip", "notes.txt", "ubuntu.deb", "dmg"}) {
-    junkFile(home, std::string("Downloads/") + name);
-  }
-
-  // The Linux places are nothing on a Mac.
-  junkFile(home, ".config/Code/Cache/data");
-  junkFile(home, ".local/share/Trash/files/linux-trash.txt");
-
-  for (const auto& [id, paths] : offered) {
-    if (id == "trash" || id == "installers") kept.insert(paths.begin(), paths.end());
-  }
-  kept.insert({".config/Code/Cache/data", ".local/share/Trash/files/linux-trash.txt", "Downloads/archive.pkg.zip",
-               "Downloads/notes.txt", "Downloads/ubuntu.deb"});
   return layout;
 }
 
-// Every file in a Linux home's Smart Clean locations, plus traps.
+// Every Smart Clean location of a macOS home, plus traps.
+inline JunkHome makeMacJunkHome(FakeHome& home) {
+  const std::string support = "appcaches:Library/Application Support/", xcode = "xcode:Library/Developer/Xcode/";
+  return stockJunkHome(
+      home,
+      {"caches:Library/Caches/com.apple.Safari|/Cache.db", "caches:Library/Caches/.hidden-cache|/data",
+       "caches:Library/Caches/loose.bin", "Library/Caches/.DS_Store",
+       // An empty folder measures zero, so it is never offered.
+       "Library/Caches/empty-folder/",
+       // Cache folders two and four levels down, and one inside another listed once.
+       support + "Slack/Cache|/data_1", support + "Google/Chrome/Default/Cache|/data_0",
+       support + "Code/Code Cache|/js/Cache/index", support + "Code/CachedExtensionVSIXs|/ext.vsix",
+       support + "Discord/GPUCache|/data_2",
+       // Too deep, a file named like a cache folder, names compare exactly, other files.
+       "Library/Application Support/Deep/a/b/c/Cache/too-deep", "Library/Application Support/Notes/Cache",
+       "Library/Application Support/Slack/cache/lower-case", "Library/Application Support/Slack/storage/settings.json",
+       "logs:Library/Logs/DiagnosticReports|/app.crash", "logs:Library/Logs/install.log", "Library/Logs/",
+       xcode + "DerivedData/MyApp-abcdef|/Build/Products/app", xcode + "iOS DeviceSupport/17.0 (21A329)|/Symbols/dyld",
+       xcode + "watchOS DeviceSupport/10.0 (21R355)|/Symbols/dyld",
+       "xcode:Library/Developer/CoreSimulator/Caches|/dyld/cache",
+       // A file where a folder belongs.
+       "Library/Developer/Xcode/tvOS DeviceSupport", "Library/Developer/CoreSimulator/Devices/device.plist",
+       // The package caches, and ~/.cache without the AI models.
+       "dev:.npm/_cacache|/content", "dev:Library/pnpm/store|/content", "dev:.bun/install/cache|/content",
+       "dev:.gradle/caches|/content", "dev:.cargo/registry/cache|/content", "dev:.cargo/registry/src|/content",
+       "dev:.m2/repository|/content", "dev:.cocoapods/repos|/content", "dev:.android/cache|/content",
+       ".cargo/bin/cargo", "dev:.cache/pip|/http/wheel", "dev:.cache/.hidden-tool|/state",
+       ".cache/huggingface/model.bin", ".cache/torch/model.bin", ".cache/whisper/model.bin",
+       ".cache/lm-studio/model.bin",
+       // The Trash, and installers by extension whatever its case.
+       "trash:.Trash/old report.txt", "trash:.Trash/Old Folder|/inside.txt", ".Trash/.DS_Store",
+       "installers:Downloads/Setup.DMG", "installers:Downloads/Installer.MPKG", "installers:Downloads/Xcode.xip",
+       "installers:Downloads/disk.iso", "installers:Downloads/tool.pkg", "Downloads/archive.pkg.zip",
+       "Downloads/notes.txt", "Downloads/ubuntu.deb", "Downloads/dmg",
+       // The Linux places are nothing on a Mac.
+       ".config/Code/Cache/data", ".local/share/Trash/files/linux-trash.txt"});
+}
+
+// Every Smart Clean location of a Linux home, plus traps.
 inline JunkHome makeLinuxJunkHome(FakeHome& home) {
-  JunkHome layout;
-  auto& offered = layout.offered;
-  auto& kept = layout.kept;
-  for (const char* id : {"caches", "appcaches", "logs", "xcode", "dev", "trash", "installers"}) offered[id];
+  return stockJunkHome(
+      home,
+      {"caches:.cache/pip|/http/wheel", "caches:.cache/mesa_shader_cache|/index", "caches:.cache/.hidden-tool|/state",
+       "caches:.cache/thumbnail.png", ".cache/.DS_Store", ".cache/huggingface/model.bin", ".cache/torch/model.bin",
+       ".cache/whisper/model.bin", ".cache/lm-studio/model.bin",
+       // Cache folders two, three and four levels down; too deep; a file named like one.
+       "appcaches:.config/Code/Cache|/data", "appcaches:.config/google-chrome/Default/GPUCache|/data_0",
+       "appcaches:.config/discord/0.0.1/modules/Code Cache|/js", ".config/Code/User/workspaceStorage/1234/Cache/x",
+       ".config/Slack/Cache", ".config/Code/User/settings.json",
+       // The package caches, the Trash's files (not its info) and installers.
+       "dev:.npm/_cacache|/content", "dev:.bun/install/cache|/content", "dev:.gradle/caches|/content",
+       "dev:.cargo/registry/cache|/content", "dev:.cargo/registry/src|/content", "dev:.m2/repository|/content",
+       ".cargo/bin/cargo", "trash:.local/share/Trash/files/old report.txt",
+       "trash:.local/share/Trash/files/Old Folder|/inside.txt", ".local/share/Trash/info/old report.txt.trashinfo",
+       "installers:Downloads/Setup.dmg", "installers:Downloads/tool.deb", "installers:Downloads/fedora.RPM",
+       "installers:Downloads/Editor.AppImage", "installers:Downloads/Installer.MPKG", "Downloads/archive.pkg.zip",
+       "Downloads/notes.txt",
+       // The macOS places are nothing on Linux.
+       "Library/Logs/install.log", "Library/Caches/com.apple.Safari/Cache.db",
+       "Library/Developer/Xcode/DerivedData/MyApp-abcdef/Build/app", ".Trash/mac-trash.txt"});
+}
 
-  junkFile(home, ".cache/pip/http/wheel");
-  junkFile(home, ".cache/mesa_shader_cache/index");
-  junkFile(home, ".cache/.hidden-tool/state");
-  junkFile(home, ".cache/thumbnail.png");
-  junkFile(home, ".cache/.DS_Store");
-  for (const char* model : {"huggingface", "torch", "whisper", "lm-studio"}) {
-    junkFile(home, std::string(".cache/") + model + "/model.bin");
-    kept.insert(std::string(".cache/") + model + "/model.bin");
-  }
-  offered["caches"] = {".cache/pip", ".cache/mesa_shader_cache", ".cache/.hidden-tool", ".cache/thumbnail.png"};
-  kept.insert(".cache/.DS_Store");
-
-  junkFile(home, ".config/Code/Cache/data");                          // two levels down
-  junkFile(home, ".config/google-chrome/Default/GPUCache/data_0");    // three levels down
-  junkFile(home, ".config/Code/User/workspaceStorage/1234/Cache/x");  // five levels down
-  junkFile(home, ".config/discord/0.0.1/modules/Code Cache/js");      // four levels down
-  junkFile(home, ".config/Slack/Cache");                              // a file, not a folder
-  junkFile(home, ".config/Code/User/settings.json");                  //
-  offered["appcaches"] = {".config/Code/Cache", ".config/google-chrome/Default/GPUCache",
-                          ".config/discord/0.0.1/modules/Code Cache"};
-  kept.insert(
-      {".config/Code/User/workspaceStorage/1234/Cache/x", ".config/Slack/Cache", ".config/Code/User/settings.json"});
-
-  const std::vector<std::string> packageCaches{
-      ".npm/_cacache",         ".bun/install/cache",  ".gradle/caches",
-      ".cargo/registry/cache", ".cargo/registry/src", ".m2/repository",
-  };
-  for (const auto& folder : packageCaches) {
-    junkFile(home, folder + "/content");
-    offered["dev"].insert(folder);
-  }
-  junkFile(home, ".cargo/bin/cargo");
-  kept.insert(".cargo/bin/cargo");
-
-  junkFile(home, ".local/share/Trash/files/old report.txt");
-  junkFile(home, ".local/share/Trash/files/Old Folder/inside.txt");
-  junkFile(home, ".local/share/Trash/info/old report.txt.trashinfo");
-  offered["trash"] = {".local/share/Trash/files/old report.txt", ".local/share/Trash/files/Old Folder"};
-  kept.insert(".local/share/Trash/info/old report.txt.trashinfo");
-
-  for (const char* name : {"Setup.dmg", "tool.deb", "fedora.RPM", "Editor.AppImage", "Installer.MPKG"}) {
-    junkFile(home, std::string("Downloads/") + name);
-    offered["installers"].insert(std::string("Downloads/") + name);
-  }
-  for (const char* name : {"archive.pkg.zip", "notes.txt"}) junkFile(home, std::string("Downloads/") + name);
-
-  // The macOS places are nothing on Linux.
-  junkFile(home, "Library/Logs/install.log");
-  junkFile(home, "Library/Caches/com.apple.Safari/Cache.db");
-  junkFile(home, "Library/Developer/Xcode/DerivedData/MyApp-abcdef/Build/app");
-  junkFile(home, ".Trash/mac-trash.txt");
-
-  for (const auto& [id, paths] : offered) {
-    if (id == "trash" || id == "installers") kept.insert(paths.begin(), paths.end());
-  }
-  kept.insert({"Downloads/archive.pkg.zip", "Downloads/notes.txt", "Library/Logs/install.log",
-               "Library/Caches/com.apple.Safari/Cache.db", "Library/Developer/Xcode/DerivedData/MyApp-abcdef/Build/app",
-               ".Trash/mac-trash.txt"});
-  return layout;
+// Runs tidewarden with one platform's table ("macos" or "linux") and, if given, another
+// XDG cache folder.
+inline RunResult tidewardenWith(const std::string& table, const std::vector<std::string>& arguments,
+                                const std::string& cacheHome = "") {
+  std::map<std::string, std::optional<std::string>> environment{{"TIDEWARDEN_JUNK_TABLE", table}};
+  if (!cacheHome.empty()) environment["XDG_CACHE_HOME"] = cacheHome;
+  return runTidewarden(arguments, environment);
 }
 
 // Every path under `root`, relative to it, links not followed.

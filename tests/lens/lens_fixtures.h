@@ -3,16 +3,21 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
+
+#include "lens/disk_scanner.h"
 
 namespace tw::test {
 
-// A small file system mounted on a loop device (or a tmpfs) inside a temporary folder, for
-// tests that need another device or extent sharing. Needs root and the mkfs tools; when it
+inline constexpr std::int64_t kMiB = 1024 * 1024;
+
+// A small file system, XFS with reflink on a loop device or a tmpfs, mounted inside a
+// temporary folder, for tests that need another device or extent sharing. Needs root and the mkfs tools; when it
 // cannot be made, `ready()` is false and `reason()` says why.
 class ScratchVolume {
  public:
-  // type: "xfs" (with reflink), "btrfs" or "tmpfs".
+  // type: "xfs" or "tmpfs".
   explicit ScratchVolume(const std::string& type, const std::string& mountPoint = "");
   ~ScratchVolume();
   ScratchVolume(const ScratchVolume&) = delete;
@@ -25,7 +30,6 @@ class ScratchVolume {
  private:
   std::string folder_;
   std::string mountPoint_;
-  bool ownsMountPoint_ = false;
   bool ready_ = false;
   std::string reason_;
 };
@@ -39,20 +43,24 @@ void makeVariedTree(const std::string& root, unsigned seed);
 struct FindTotals {
   std::int64_t everyName = 0;
   std::int64_t eachInodeOnce = 0;
-  std::int64_t entries = 0;  // every entry below root, folders included
+  std::int64_t entries = 0;      // every entry below root, folders included
+  std::int64_t folderBytes = 0;  // the folders' own blocks, which du also counts
 };
 [[nodiscard]] FindTotals findTotals(const std::string& root);
+
+// The names of the children a scan kept below `node`.
+[[nodiscard]] std::set<std::string> childNames(const FSNode& node);
+
+// What lstat says a path occupies on disk.
+[[nodiscard]] std::int64_t blocksOf(const std::string& path);
 
 // Creates a chain of `depth` nested folders named `name` below `root` with descriptors (the
 // path soon exceeds what one system call accepts) and a file of `fileBytes` at the bottom.
 void makeDeepChain(const std::string& root, int depth, const std::string& name, std::int64_t fileBytes);
 
-// Whether the tests run with the power to ignore permissions (root does).
-[[nodiscard]] bool permissionsAreIgnored();
-
-// Runs `work` in a child process as the unprivileged user "nobody", so that permissions
-// apply even when the tests run as root, and returns its result; nothing when the switch is
-// not possible (the tests do not run as root). Folders `work` reads must be open to others.
-[[nodiscard]] std::optional<std::int64_t> asNobody(const std::function<std::int64_t()>& work);
+// Runs `work` as it would run for an ordinary user: directly, or, when the tests run as root
+// (who ignores permissions), in a child process switched to the user "nobody". Folders
+// `work` reads must be open to others.
+[[nodiscard]] std::int64_t withPermissionsApplied(const std::function<std::int64_t()>& work);
 
 }  // namespace tw::test
