@@ -45,12 +45,6 @@ void setProjectRoots(const std::vector<std::string>& roots) {
   Settings::shared().set(DevSettings::projectRootsKey, nlohmann::json(roots));
 }
 
-ino_t inodeOf(const std::string& path) {
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) throw std::runtime_error("lstat " + path);
-  return info.st_ino;
-}
-
 HeldOpen::HeldOpen(const std::string& path) {
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);

@@ -22,8 +22,6 @@ std::string put(const std::string& path, const std::string& contents);
 
 void setProjectRoots(const std::vector<std::string>& roots);
 
-[[nodiscard]] ino_t inodeOf(const std::string& path);
-
 // A child process that keeps a file open as its standard input until it is destroyed.
 class HeldOpen {
  public:
