@@ -17,18 +17,16 @@ using ::testing::IsEmpty;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
-// One worktree as a user reads it: folder name, badges, "*" when pre-selected, warning.
-std::string summary(const nlohmann::json& item) {
-  std::string text = item["name"];
-  for (const auto& badge : item["badges"]) text += " [" + badge.get<std::string>() + "]";
-  if (item["selected"]) text += " *";
-  if (!item["warning"].is_null()) text += " ! " + item["warning"].get<std::string>();
-  return text;
-}
-
+// Each worktree as a user reads it: folder name, badges, "*" when pre-selected, warning.
 std::vector<std::string> summaries(const nlohmann::json& group) {
   std::vector<std::string> lines;
-  for (const auto& item : group["items"]) lines.push_back(summary(item));
+  for (const auto& item : group["items"]) {
+    std::string text = item["name"];
+    for (const auto& badge : item["badges"]) text += " [" + badge.get<std::string>() + "]";
+    if (item["selected"]) text += " *";
+    if (!item["warning"].is_null()) text += " ! " + item["warning"].get<std::string>();
+    lines.push_back(text);
+  }
   return lines;
 }
 

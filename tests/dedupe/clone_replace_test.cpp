@@ -21,8 +21,6 @@
 namespace tw::test {
 namespace {
 
-constexpr std::int64_t MiB = 1 << 20;
-
 // What a user could notice about a file besides its blocks.
 std::string looksOf(const std::string& path) {
   struct stat info {};
@@ -97,18 +95,7 @@ TEST(CloneReplace, SharedCopyGivesItsSpaceBackAndKeepsEverythingElseOnXfsAndBtrf
   if (checked == 0) GTEST_SKIP() << whyNot;
 }
 
-class CloneReplaceOnXfs : public ::testing::Test {
- protected:
-  void SetUp() override {
-    volume_ = LoopVolume::mount(LoopVolume::Kind::xfsReflink, 400 * MiB, whyNot_);
-    if (!volume_) GTEST_SKIP() << whyNot_;
-  }
-  [[nodiscard]] std::string on(const std::string& relative) const { return volume_->path() + "/" + relative; }
-
-  FakeHome home_;
-  std::string whyNot_;
-  std::unique_ptr<LoopVolume> volume_;
-};
+using CloneReplaceOnXfs = OnXfs;
 
 TEST_F(CloneReplaceOnXfs, CopyChangedAfterTheScanIsNoLongerIdenticalAndKeepsItsBytes) {
   const struct {

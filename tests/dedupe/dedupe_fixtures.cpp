@@ -35,6 +35,11 @@ std::string put(const std::string& path, const std::string& contents) {
   return path;
 }
 
+std::vector<std::string> copies(const std::string& contents, const std::vector<std::string>& paths) {
+  for (const auto& path : paths) put(path, contents);
+  return paths;
+}
+
 std::set<std::vector<std::string>> pathSets(const std::vector<Dedupe::DupSet>& sets) {
   std::set<std::vector<std::string>> result;
   for (const auto& set : sets) result.insert(set.paths);

@@ -10,7 +10,6 @@
 namespace tw::test {
 namespace {
 
-constexpr std::int64_t MiB = 1 << 20;
 constexpr const char* cannotShare =
     "This volume can't share file data between copies (it needs Btrfs or XFS with reflink, or APFS).";
 
@@ -20,8 +19,7 @@ TEST(DedupeScreen, ListsEachSetWithTheKeptFileAndItsCopiesLargestSavingsFirst) {
   FakeHome home;
   const std::string small = randomBytes(50'000, 41);
   const std::string large = randomBytes(400'000, 42);
-  put(home / "p/one/small.dat", small);
-  put(home / "p/two/small.dat", small);
+  copies(small, {home / "p/one/small.dat", home / "p/two/small.dat"});
   const auto kept = put(home / "p/a/large.dat", large);
   const auto copy1 = put(home / "p/b/large.dat", large);
   const auto copy2 = put(home / "p/c/large-copy.dat", large);
@@ -74,18 +72,12 @@ TEST(DedupeScreen, OnAVolumeThatCannotShareTheSetsAreShownButNothingIsPreselecte
   EXPECT_EQ(nothing.note, "No identical files of 32 KB or more in your project folders.");
 }
 
-class DedupeScreenOnXfs : public ::testing::Test {
+class DedupeScreenOnXfs : public OnXfs {
  protected:
   void SetUp() override {
-    volume_ = LoopVolume::mount(LoopVolume::Kind::xfsReflink, 400 * MiB, whyNot_);
-    if (!volume_) GTEST_SKIP() << whyNot_;
-    setProjectRoots({volume_->path()});
+    OnXfs::SetUp();
+    if (volume_) setProjectRoots({volume_->path()});
   }
-  [[nodiscard]] std::string on(const std::string& relative) const { return volume_->path() + "/" + relative; }
-
-  FakeHome home_;
-  std::string whyNot_;
-  std::unique_ptr<LoopVolume> volume_;
 };
 
 // Every copy is pre-selected, so cleaning the selection shares them all; a rescan then
@@ -118,11 +110,9 @@ TEST_F(DedupeScreenOnXfs, CleaningTheSelectionSharesEveryCopyReturnsTheSpaceAndA
 
 TEST_F(DedupeScreenOnXfs, WithRootsOnTwoVolumesOnlyTheSetsThatCannotShareCarryTheNote) {
   const std::string shareable = randomBytes(2 * MiB, 48);
-  put(on("x/data.bin"), shareable);
-  put(on("y/data.bin"), shareable);
+  copies(shareable, {on("x/data.bin"), on("y/data.bin")});
   const std::string stuck = randomBytes(MiB, 49);
-  put(home_ / "p/one.bin", stuck);
-  put(home_ / "p/two.bin", stuck);
+  copies(stuck, {home_ / "p/one.bin", home_ / "p/two.bin"});
   setProjectRoots({volume_->path(), home_ / "p"});
 
   const ProviderResult result = Dedupe::load();

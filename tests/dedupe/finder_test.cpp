@@ -30,12 +30,6 @@ std::int64_t allocated(const std::string& path) {
   return static_cast<std::int64_t>(info.st_blocks) * 512;
 }
 
-// Writes the same bytes to every path; the paths come back as given.
-Paths copies(const std::string& data, const Paths& paths) {
-  for (const auto& path : paths) put(path, data);
-  return paths;
-}
-
 TEST(DuplicateFinder, OffersSingleLinkCopiesOf32KiBOnDiskOrMoreLargestSavingsFirst) {
   FakeHome home;
   const std::string p = home / "p";
