@@ -142,13 +142,13 @@ TEST_F(CloneReplaceOnXfs, SkippedCopiesAreCountedTheFirstThreeQuotedAndTheRestSh
   EXPECT_EQ(Dedupe::cloneReplace(on("nowhere.bin"), {good}), "nowhere.bin is missing or changed; rescan");
 }
 
+// A missing copy and one of another length show in the summary test.
 TEST_F(CloneReplaceOnXfs, EachCheckRefusesWithItsOwnReason) {
   const std::string data = randomBytes(MiB, 25);
   const auto keep = put(on("keep.bin"), data);
   const auto linked = put(on("linked.bin"), data);
   ASSERT_EQ(::link(linked.c_str(), on("second-name.bin").c_str()), 0);
   ASSERT_EQ(::symlink(keep.c_str(), on("link.bin").c_str()), 0);
-  const auto longer = put(on("longer.bin"), data + "!");
   const auto theirs = put(on("theirs.bin"), data);
   ASSERT_EQ(::chown(theirs.c_str(), 65534, 65534), 0);
   const auto locked = put(on("locked.bin"), data);
@@ -161,15 +161,13 @@ TEST_F(CloneReplaceOnXfs, EachCheckRefusesWithItsOwnReason) {
   ASSERT_TRUE(keepState);
 
   const auto reason = [&](const std::string& copy) { return Dedupe::replace(copy, keep, *keepState, {}); };
-  EXPECT_EQ(reason(on("missing.bin")), "missing");
   EXPECT_EQ(reason(on("link.bin")), "not a regular file");
   EXPECT_EQ(reason(linked), "hard-linked");
   EXPECT_EQ(reason(locked), "locked or protected");
   EXPECT_EQ(reason(put(home_ / "elsewhere.bin", data)), "on a different volume");
   EXPECT_EQ(reason(keep), "same file");
-  EXPECT_EQ(reason(longer), "no longer identical");
   EXPECT_EQ(reason(theirs), "owned by another user");
-  for (const auto& untouched : {linked, longer, theirs, locked}) EXPECT_EQ(sharedBytes(untouched), 0) << untouched;
+  for (const auto& untouched : {linked, theirs, locked}) EXPECT_EQ(sharedBytes(untouched), 0) << untouched;
   EXPECT_EQ(readFile(linked), data);
 }
 

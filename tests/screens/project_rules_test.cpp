@@ -8,16 +8,13 @@ namespace tw::test {
 namespace {}  // namespace
 
 // Rules whose hits the walker and command tests already pin down (node_modules, .next,
-// target, build beside an Xcode project, DerivedData, .pytest_cache, coverage) are not
-// repeated here.
+// target, build beside an Xcode project, Pods, DerivedData, .pytest_cache, coverage, .venv
+// with and without pyvenv.cfg) are not repeated here.
 TEST(ProjectRules, FoldersMatchByExactNameAndOnlyBesideWhatRebuildsThem) {
   FakeHome home;
-  home.fileWithContents("py/.venv/pyvenv.cfg", "home = /usr/bin\n");
   home.fileWithContents("third/venv/pyvenv.cfg", "");
-  home.fileWithContents("other/.venv/notes.txt", "my own folder\n");
   const std::string build = "Build output \u00b7 rebuilt on next build";
   const std::string unity = "Unity cache \u00b7 reimported on next open";
-  const std::string venv = "Python virtualenv \u00b7 recreate with uv sync / pip install";
   const struct {
     std::string name;
     Projects::Names siblings;
@@ -37,7 +34,6 @@ TEST(ProjectRules, FoldersMatchByExactNameAndOnlyBesideWhatRebuildsThem) {
       {".next", {"README.md"}, ""},
       {"target", {"pom.xml"}, "Rust/Maven build output \u00b7 rebuilt on next build"},
       {"target", {"Makefile"}, ""},
-      {"Pods", {"Podfile"}, "CocoaPods \u00b7 restore with pod install"},
       {".gradle", {"settings.gradle.kts"}, "Gradle project cache"},
       {".build", {"Package.swift"}, "Swift Package build output"},
       {".dart_tool", {"pubspec.yaml"}, "Dart tool cache \u00b7 restore with flutter pub get"},
@@ -51,11 +47,7 @@ TEST(ProjectRules, FoldersMatchByExactNameAndOnlyBesideWhatRebuildsThem) {
       {"obj", {"Lib.fsproj"}, ".NET build output"},
       {"bin", {"Makefile", "src"}, ""},
       {".ruff_cache", {}, "Python tool cache"},
-      // A virtualenv only when it holds pyvenv.cfg.
-      {".venv", {".venv"}, venv, "py/.venv"},
-      {"venv", {"venv"}, venv, "third/venv"},
-      {".venv", {".venv", "pyproject.toml"}, "", "other/.venv"},
-      {".venv", {".venv"}, "", "missing/.venv"},
+      {"venv", {"venv"}, "Python virtualenv \u00b7 recreate with uv sync / pip install", "third/venv"},
   };
   for (const auto& [name, siblings, hint, path] : cases) {
     const auto* rule = Projects::match(name, siblings, home / (path.empty() ? "nowhere" : path));
