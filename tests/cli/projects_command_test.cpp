@@ -31,22 +31,24 @@ const nlohmann::json* groupWithId(const nlohmann::json& output, const std::strin
   return nullptr;
 }
 
-std::vector<std::string> groupIds(const nlohmann::json& output) {
-  std::vector<std::string> ids;
-  for (const auto& group : output["groups"]) ids.push_back(group["id"]);
-  return ids;
+std::string badges(const nlohmann::json& of) {
+  std::string text;
+  for (const auto& badge : of["badges"]) text += " [" + badge.get<std::string>() + "]";
+  return text;
 }
 
-std::vector<std::string> itemNames(const nlohmann::json& group) {
-  std::vector<std::string> names;
-  for (const auto& item : group["items"]) names.push_back(item["name"]);
-  return names;
-}
-
-std::vector<bool> selections(const nlohmann::json& group) {
-  std::vector<bool> flags;
-  for (const auto& item : group["items"]) flags.push_back(item["selected"]);
-  return flags;
+// Each group as a user reads it: the project, its badges, then its items in order, each
+// marked "*" when pre-selected and followed by its own badges.
+std::vector<std::string> summaries(const nlohmann::json& output, const std::string& home) {
+  std::vector<std::string> lines;
+  for (const auto& group : output["groups"]) {
+    std::string text = group["id"].get<std::string>().substr(home.size() + 1) + badges(group) + ":";
+    for (const auto& item : group["items"]) {
+      text += " " + item["name"].get<std::string>() + (item["selected"] ? "*" : "") + badges(item);
+    }
+    lines.push_back(text);
+  }
+  return lines;
 }
 
 void fakeGitActivity(const std::string& project, std::int64_t secondsAgo) {
@@ -68,7 +70,6 @@ class ProjectsCommand : public ::testing::Test {
 
     // Active Cargo project (29 days is not idle).
     home.file("code/api/Cargo.toml", 20);
-    home.file("code/api/src/main.rs", 200);
     home.file("code/api/target/debug/api", 150'000);
     fakeGitActivity(home / "code/api", 29 * day);
 
@@ -137,175 +138,86 @@ class ProjectsCommand : public ::testing::Test {
 
 }  // namespace
 
-TEST_F(ProjectsCommand, ListsEveryRebuildableFolderAndNothingElse) {
+TEST_F(ProjectsCommand, ListsExactlyTheRebuildableFoldersLargestFirstAndPreselectsIdleProjects) {
   const auto output = runJSON({"projects", "--json"});
-  EXPECT_EQ(output["provider"], "projects");
   EXPECT_TRUE(output["note"].is_null());
-  EXPECT_THAT(groupIds(output),
-              UnorderedElementsAre(home / "code/web", home / "code/api", home / "code/ios", home / "code/py",
-                                   home / "code/tools", home / "code/mono", home / "code/mono/vendor/lib",
-                                   home / "code/linked", home / "code/feat", home / "code/broken"));
-
-  const auto& web = *groupWithId(output, home / "code/web");
-  EXPECT_THAT(itemNames(web), ElementsAre("node_modules", ".next"));
-  EXPECT_EQ(web["title"], "web");
-  EXPECT_EQ(web["items"][0]["detail"], "Dependencies \u00b7 reinstall with npm/yarn/pnpm/bun install");
-  EXPECT_EQ(web["items"][0]["path"], home / "code/web/node_modules");
-  EXPECT_EQ(web["items"][0]["id"], home / "code/web/node_modules");
-
-  EXPECT_THAT(itemNames(*groupWithId(output, home / "code/api")), ElementsAre("target"));
-  EXPECT_THAT(itemNames(*groupWithId(output, home / "code/ios")), ElementsAre("build", "Pods"));
-  EXPECT_THAT(itemNames(*groupWithId(output, home / "code/py")), ElementsAre(".venv", ".pytest_cache"));
-  EXPECT_THAT(itemNames(*groupWithId(output, home / "code/tools")), ElementsAre("mac/helper/xcode/DerivedData"));
-  EXPECT_THAT(itemNames(*groupWithId(output, home / "code/mono")), ElementsAre("node_modules"));
-  EXPECT_THAT(itemNames(*groupWithId(output, home / "code/mono/vendor/lib")), ElementsAre("target"));
-  EXPECT_EQ((*groupWithId(output, home / "code/mono/vendor/lib"))["title"], "lib");
-}
-
-TEST_F(ProjectsCommand, IdleProjectsAreBadgedAndPreselectedActiveOnesAreNot) {
-  const auto output = runJSON({"projects", "--json"});
-  const auto badges = [&](const std::string& id) { return (*groupWithId(output, id))["badges"]; };
-  const auto selected = [&](const std::string& id) { return selections(*groupWithId(output, id)); };
-
-  EXPECT_EQ(badges(home / "code/web"), nlohmann::json({"untouched 30+ days"}));
-  EXPECT_THAT(selected(home / "code/web"), ElementsAre(true, true));
-  EXPECT_EQ(badges(home / "code/api"), nlohmann::json::array());
-  EXPECT_THAT(selected(home / "code/api"), ElementsAre(false));
-  EXPECT_EQ(badges(home / "code/ios"), nlohmann::json({"untouched 30+ days"}));
-  EXPECT_THAT(selected(home / "code/ios"), ElementsAre(true, true));
-  EXPECT_THAT(selected(home / "code/py"), ElementsAre(false, false));
-  EXPECT_THAT(selected(home / "code/tools"), ElementsAre(true));
-  // The monorepo is idle, the repository inside it is not.
-  EXPECT_THAT(selected(home / "code/mono"), ElementsAre(true));
-  EXPECT_THAT(selected(home / "code/mono/vendor/lib"), ElementsAre(false));
-  EXPECT_THAT(selected(home / "code/feat"), ElementsAre(true));
-  EXPECT_THAT(selected(home / "code/broken"), ElementsAre(false));
-
-  const auto& web = *groupWithId(output, home / "code/web");
-  EXPECT_EQ(web["subtitle"].get<std::string>().rfind("~/code/web \u00b7 last active ", 0), 0u) << web["subtitle"];
-  ASSERT_TRUE(web["lastActive"].is_string());
-
-  std::int64_t selectedTotal = 0;
+  std::int64_t previousGroup = INT64_MAX;
   for (const auto& group : output["groups"]) {
-    for (const auto& item : group["items"]) {
-      if (item["selected"]) selectedTotal += item["freeable"].get<std::int64_t>();
-    }
-  }
-  EXPECT_EQ(output["selected"], selectedTotal);
-}
-
-TEST_F(ProjectsCommand, SizesAreMeasuredAndOrderedLargestFirst) {
-  const auto output = runJSON({"projects", "--json"});
-  std::int64_t grandTotal = 0;
-  std::int64_t previousTotal = INT64_MAX;
-  for (const auto& group : output["groups"]) {
-    std::int64_t total = 0;
+    EXPECT_LE(group["total"].get<std::int64_t>(), previousGroup) << group["id"];
+    previousGroup = group["total"];
     std::int64_t previousItem = INT64_MAX;
     for (const auto& item : group["items"]) {
-      const std::int64_t size = item["size"];
-      const std::int64_t freeable = item["freeable"];
-      EXPECT_GT(size, 0) << item["id"];
-      EXPECT_LE(freeable, size) << item["id"];
-      EXPECT_LE(freeable, previousItem) << item["id"];
-      previousItem = freeable;
-      total += freeable;
-      EXPECT_EQ(item["action"], "delete " + item["path"].get<std::string>().replace(0, home.path().size(), "~"));
+      EXPECT_LE(item["freeable"].get<std::int64_t>(), previousItem) << item["id"];
+      previousItem = item["freeable"];
+      EXPECT_LE(item["freeable"], item["size"]) << item["id"];
+      EXPECT_EQ(item["action"], "delete ~" + item["path"].get<std::string>().substr(home.path().size()));
     }
-    EXPECT_EQ(group["total"], total);
-    EXPECT_LE(total, previousTotal) << group["id"];
-    previousTotal = total;
-    grandTotal += total;
   }
-  EXPECT_EQ(output["total"], grandTotal);
+  EXPECT_THAT(summaries(output, home.path()),
+              UnorderedElementsAre("code/web [untouched 30+ days]: node_modules* .next*",
+                                   "code/api: target",  // 29 days is not idle
+                                   "code/ios [untouched 30+ days]: build* Pods*", "code/py: .venv .pytest_cache",
+                                   "code/tools [untouched 30+ days]: mac/helper/xcode/DerivedData*",
+                                   "code/mono [untouched 30+ days]: node_modules*",
+                                   "code/mono/vendor/lib: target",  // active inside an idle one
+                                   "code/linked: node_modules [mostly shared]",
+                                   "code/feat [untouched 30+ days]: node_modules*", "code/broken: target"));
 
-  const auto& webModules = (*groupWithId(output, home / "code/web"))["items"][0];
-  EXPECT_GE(webModules["size"].get<std::int64_t>(), 8 * 40'000);
-  EXPECT_THAT(webModules["badges"], IsEmpty());
-}
-
-TEST_F(ProjectsCommand, HardLinkedDependenciesAreMarkedMostlyShared) {
-  const auto output = runJSON({"projects", "--json"});
+  const auto& web = *groupWithId(output, home / "code/web");
+  EXPECT_EQ(web["title"], "web");
+  EXPECT_EQ(web["subtitle"].get<std::string>().rfind("~/code/web \u00b7 last active ", 0), 0u) << web["subtitle"];
+  EXPECT_TRUE(web["lastActive"].is_string());
+  EXPECT_EQ(web["items"][0]["detail"], "Dependencies \u00b7 reinstall with npm/yarn/pnpm/bun install");
+  EXPECT_EQ(web["items"][0]["id"], home / "code/web/node_modules");
+  EXPECT_GE(web["items"][0]["size"].get<std::int64_t>(), 8 * 40'000);
   const auto& linked = (*groupWithId(output, home / "code/linked"))["items"][0];
-  EXPECT_EQ(linked["name"], "node_modules");
   EXPECT_GE(linked["size"].get<std::int64_t>(), 400'000);
   EXPECT_LT(linked["freeable"].get<std::int64_t>() * 2, linked["size"].get<std::int64_t>());
-  EXPECT_EQ(linked["badges"], nlohmann::json({"mostly shared"}));
 }
 
-TEST_F(ProjectsCommand, SelectedListKeepsOnlyIdleProjects) {
-  const auto output = runJSON({"projects", "--selected", "--json"});
-  EXPECT_THAT(groupIds(output), UnorderedElementsAre(home / "code/web", home / "code/ios", home / "code/tools",
-                                                     home / "code/mono", home / "code/feat"));
-}
-
-TEST_F(ProjectsCommand, CleanDeletesOnlySelectedArtifactsAndRecordsThem) {
-  const auto preview = runTidewarden({"projects", "clean", "--selected"});
-  EXPECT_EQ(preview.code, 1);
-  EXPECT_TRUE(exists(home / "code/web/node_modules"));
-
-  const auto dryRun = runTidewarden({"projects", "clean", "--selected", "--dry-run", "--yes"});
-  EXPECT_EQ(dryRun.code, 0);
-  EXPECT_TRUE(exists(home / "code/web/node_modules"));
-
+TEST_F(ProjectsCommand, CleanDeletesOnlySelectedArtifactsRecordsThemAndKeepsTheSources) {
   const auto result = runTidewarden({"projects", "clean", "--selected", "--yes", "--json"});
   ASSERT_EQ(result.code, 0) << result.out << result.err;
   const auto summary = nlohmann::json::parse(result.out);
   EXPECT_EQ(summary["done"], 7);
   EXPECT_THAT(summary["failed"], IsEmpty());
   EXPECT_GT(summary["freed"].get<std::int64_t>(), 8 * 40'000 + 90'000);
-
-  for (const char* gone :
-       {"code/web/node_modules", "code/web/.next", "code/ios/build", "code/ios/Pods",
-        "code/tools/mac/helper/xcode/DerivedData", "code/mono/node_modules", "code/feat/node_modules"}) {
-    EXPECT_FALSE(exists(home / gone)) << gone;
+  for (const std::string gone : {"web/node_modules", "web/.next", "ios/build", "ios/Pods",
+                                 "tools/mac/helper/xcode/DerivedData", "mono/node_modules", "feat/node_modules"}) {
+    EXPECT_FALSE(exists(home / ("code/" + gone))) << gone;
   }
-  for (const char* kept : {"code/web/package.json", "code/web/src/index.js", "code/web/.git/index",
-                           "code/ios/App.xcodeproj/project.pbxproj", "code/ios/Podfile", "code/tools/go.mod",
-                           "code/tools/mac/helper/xcode", "code/api/target/debug/api", "code/py/.venv/pyvenv.cfg",
-                           "code/mono/vendor/lib/target/release/lib.a", "code/notvenv/.venv/important.txt",
-                           "code/docs/site/build/page.html", "code/linked/node_modules/pkg/blob.bin",
-                           "archive/a/b/c/d/e/f/old/node_modules/x/index.js", "store/blob.bin"}) {
-    EXPECT_TRUE(exists(home / kept)) << kept;
+  for (const std::string kept :
+       {"web/package.json", "web/src/index.js", "web/.git/index", "ios/App.xcodeproj/project.pbxproj", "ios/Podfile",
+        "tools/go.mod", "tools/mac/helper/xcode", "api/target/debug/api", "py/.venv/pyvenv.cfg",
+        "mono/vendor/lib/target/release/lib.a", "notvenv/.venv/important.txt", "docs/site/build/page.html",
+        "linked/node_modules/pkg/blob.bin"}) {
+    EXPECT_TRUE(exists(home / ("code/" + kept))) << kept;
   }
-
-  const auto history = History::entries();
   std::vector<std::string> names;
-  for (const auto& entry : history) {
-    EXPECT_EQ(entry.category, "Developer");
-    names.push_back(entry.name);
-  }
-  EXPECT_THAT(names, UnorderedElementsAre("node_modules", ".next", "build", "Pods", "mac/helper/xcode/DerivedData",
-                                          "node_modules", "node_modules"));
-
-  // Nothing is pre-selected any more, so a second run has nothing to do.
-  const auto again = runTidewarden({"projects", "clean", "--selected", "--yes"});
-  EXPECT_EQ(again.code, 0);
-  EXPECT_EQ(again.out, "No pre-selected Projects items. Nothing to do.\n");
+  for (const auto& entry : History::entries()) names.push_back(entry.category + ": " + entry.name);
+  EXPECT_THAT(names, UnorderedElementsAre("Developer: node_modules", "Developer: .next", "Developer: build",
+                                          "Developer: Pods", "Developer: mac/helper/xcode/DerivedData",
+                                          "Developer: node_modules", "Developer: node_modules"));
+  // Nothing is pre-selected any more.
+  EXPECT_THAT(runJSON({"projects", "--selected", "--json"})["groups"], IsEmpty());
 }
 
-TEST(ProjectsCommandRoots, UsesTheProjectRootsSettingInsteadOfHome) {
+TEST(ProjectsCommandRoots, UsesTheProjectRootsSettingAndGivesTheNoteWhenNothingIsFound) {
   FakeHome home;
   home.file("outside/app/package.json", 10);
   home.file("outside/app/node_modules/a/index.js", 10'000);
+  home.file("outside/empty-project/package.json", 10);  // a project, but nothing to clean
+  home.folder("outside/empty-project/.pytest_cache");
   home.file("code/skipped/package.json", 10);
   home.file("code/skipped/node_modules/a/index.js", 10'000);
   writeFile(home / ".config/Tidewarden/settings.json",
             nlohmann::json({{"projectRoots", {home / "outside", "relative/ignored"}}}).dump());
+  EXPECT_THAT(summaries(runJSON({"projects", "--json"}), home.path()), ElementsAre("outside/app: node_modules"));
 
-  const auto output = runJSON({"projects", "--json"});
-  EXPECT_THAT(groupIds(output), ElementsAre(home / "outside/app"));
-}
-
-TEST(ProjectsCommandEmpty, NoProjectsGivesTheNote) {
-  FakeHome home;
-  home.file("Documents/letter.txt", 100);
-  home.file("code/empty-project/package.json", 10);  // a project, but nothing to clean
-  home.folder("code/empty-project/.pytest_cache");
-
+  removeTree(home / "outside/app");
   const auto output = runJSON({"projects", "--json"});
   EXPECT_THAT(output["groups"], IsEmpty());
   EXPECT_EQ(output["note"], "No projects found. Add the folders where you keep your code.");
-  EXPECT_EQ(output["total"], 0);
 }
 
 TEST(ProjectsCommandBadInput, UnreadableFoldersAndOddNamesNeitherCrashNorBreakTheOutput) {
@@ -325,10 +237,8 @@ TEST(ProjectsCommandBadInput, UnreadableFoldersAndOddNamesNeitherCrashNorBreakTh
   const auto result = runTidewarden({"projects", "--json"});
   ASSERT_EQ(result.code, 0) << result.err;
   const auto output = nlohmann::json::parse(result.out);  // throws on invalid UTF-8
-  std::vector<std::string> titles;
-  for (const auto& group : output["groups"]) titles.push_back(group["title"]);
-  EXPECT_THAT(titles, UnorderedElementsAre("private", "caf\xef\xbf\xbd \xef\xbf\xbd"));
-  EXPECT_THAT(itemNames(*groupWithId(output, home / "code/private")), ElementsAre("target"));
+  EXPECT_THAT(summaries(output, home.path()),
+              UnorderedElementsAre("code/private: target", "code/caf\xef\xbf\xbd \xef\xbf\xbd: node_modules"));
 
   const auto text = runTidewarden({"projects"});
   EXPECT_EQ(text.code, 0);

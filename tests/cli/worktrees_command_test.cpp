@@ -12,21 +12,29 @@ namespace tw::test {
 namespace {
 
 using ::testing::ElementsAre;
+using ::testing::EndsWith;
 using ::testing::IsEmpty;
+using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
-const nlohmann::json* itemNamed(const nlohmann::json& group, const std::string& name) {
+// Each worktree as a user reads it: folder name, badges, "*" when pre-selected, warning.
+std::vector<std::string> summaries(const nlohmann::json& group) {
+  std::vector<std::string> lines;
   for (const auto& item : group["items"]) {
-    if (item["name"] == name) return &item;
+    std::string text = item["name"];
+    for (const auto& badge : item["badges"]) text += " [" + badge.get<std::string>() + "]";
+    if (item["selected"]) text += " *";
+    if (!item["warning"].is_null()) text += " ! " + item["warning"].get<std::string>();
+    lines.push_back(text);
   }
-  return nullptr;
+  return lines;
 }
 
-const nlohmann::json* groupWithId(const nlohmann::json& output, const std::string& id) {
-  for (const auto& group : output["groups"]) {
-    if (group["id"] == id) return &group;
+const nlohmann::json& itemWithId(const nlohmann::json& group, const std::string& id) {
+  for (const auto& item : group["items"]) {
+    if (item["id"] == id) return item;
   }
-  return nullptr;
+  throw std::runtime_error("no item " + id);
 }
 
 // Worktree folders git still lists, without the main one.
@@ -55,6 +63,9 @@ class WorktreesCommand : public ::testing::Test {
     pushedWorktree(ahead, "ahead");
     git.commitFile(ahead, "a.txt", "1\n");
     git.commitFile(ahead, "b.txt", "2\n");
+    pushedWorktree(both, "both");
+    writeFile(both + "/notes.txt", "more work\n");
+    git.commitFile(both, "c.txt", "3\n");
     pushedWorktree(locked, "keep");
     git.run(app, {"worktree", "lock", locked});
     pushedWorktree(gone, "gone");
@@ -78,6 +89,7 @@ class WorktreesCommand : public ::testing::Test {
   std::string safeOdd = home / "trees/caf\xe9";
   std::string dirty = home / "trees/dirty";
   std::string ahead = home / "trees/ahead";
+  std::string both = home / "trees/both";
   std::string locked = home / "trees/locked";
   std::string gone = home / "trees/gone";
   std::string solo = home / "code/solo";
@@ -92,67 +104,48 @@ TEST_F(WorktreesCommand, ListsExtraWorktreesWithTheirStateAndPreselectsOnlySafeO
   const auto output = nlohmann::json::parse(result.out);
   EXPECT_TRUE(output["note"].is_null());
   ASSERT_EQ(output["groups"].size(), 2u);
-
-  const auto& group = *groupWithId(output, app);
+  const auto& group = output["groups"][0];
+  EXPECT_EQ(group["id"], app);
   EXPECT_EQ(group["title"], "app");
-  EXPECT_EQ(group["subtitle"], "~/code/app \u00b7 6 worktrees");
+  EXPECT_EQ(group["subtitle"], "~/code/app \u00b7 7 worktrees");
   EXPECT_THAT(group["badges"], IsEmpty());
+  EXPECT_THAT(summaries(group),
+              UnorderedElementsAre(
+                  "safe one [safe-space] [safe to remove] *", "caf\xef\xbf\xbd [safe-odd] [safe to remove] *",
+                  "dirty [dirty] [1 uncommitted] ! dirty: uncommitted changes",
+                  "ahead [ahead] [2 unpushed] ! ahead: commits not on any remote",
+                  "both [both] [1 uncommitted] [1 unpushed] ! both: uncommitted changes, commits not on any remote",
+                  "locked [keep] [locked] [safe to remove] ! locked: is locked", "gone [missing] *"));
+  EXPECT_EQ(output["groups"][1]["subtitle"], "~/code/solo \u00b7 1 worktree");
+  EXPECT_THAT(summaries(output["groups"][1]),
+              ElementsAre("solo-try [try] [no remote] ! solo-try: commits not on any remote"));
 
-  const auto& safe = *itemNamed(group, "safe one");
-  EXPECT_EQ(safe["badges"], nlohmann::json({"safe-space", "safe to remove"}));
-  EXPECT_TRUE(safe["selected"]);
-  EXPECT_TRUE(safe["warning"].is_null());
-  const auto& odd = *itemNamed(group, "caf\xef\xbf\xbd");
-  EXPECT_EQ(odd["badges"], nlohmann::json({"safe-odd", "safe to remove"}));
-  EXPECT_TRUE(odd["selected"]);
-
-  const auto& dirtyItem = *itemNamed(group, "dirty");
-  EXPECT_EQ(dirtyItem["badges"], nlohmann::json({"dirty", "1 uncommitted"}));
-  EXPECT_FALSE(dirtyItem["selected"]);
-  EXPECT_EQ(dirtyItem["warning"], "dirty: uncommitted changes");
-
-  const auto& aheadItem = *itemNamed(group, "ahead");
-  EXPECT_EQ(aheadItem["badges"], nlohmann::json({"ahead", "2 unpushed"}));
-  EXPECT_FALSE(aheadItem["selected"]);
-  EXPECT_EQ(aheadItem["warning"], "ahead: commits not on any remote");
-
-  const auto& lockedItem = *itemNamed(group, "locked");
-  EXPECT_EQ(lockedItem["badges"], nlohmann::json({"keep", "locked", "safe to remove"}));
-  EXPECT_FALSE(lockedItem["selected"]);
-  EXPECT_EQ(lockedItem["warning"], "locked: is locked");
-
-  const auto& goneItem = *itemNamed(group, "gone");
-  EXPECT_EQ(goneItem["badges"], nlohmann::json({"missing"}));
-  EXPECT_TRUE(goneItem["selected"]);
-  EXPECT_EQ(goneItem["detail"], "Folder is gone; git still tracks it");
-  EXPECT_EQ(goneItem["action"], "git -C " + app + " worktree prune");
-
-  const auto& soloGroup = *groupWithId(output, solo);
-  EXPECT_EQ(soloGroup["subtitle"], "~/code/solo \u00b7 1 worktree");
-  const auto& soloItem = soloGroup["items"][0];
-  EXPECT_EQ(soloItem["badges"], nlohmann::json({"try", "no remote"}));
-  EXPECT_FALSE(soloItem["selected"]);
-  EXPECT_EQ(soloItem["warning"], "solo-try: commits not on any remote");
+  for (const auto& item : group["items"]) {
+    if (item["id"] == gone) continue;
+    EXPECT_THAT(item["detail"].get<std::string>(), StartsWith("Last commit ")) << item["id"];
+    EXPECT_THAT(item["detail"].get<std::string>(), EndsWith(" \u00b7 " + item["id"].get<std::string>()));
+    EXPECT_GT(item["size"].get<std::int64_t>(), 0) << item["id"];
+    EXPECT_EQ(item["path"], item["id"]);
+  }
+  // Removal goes through git, forced twice for a locked worktree; a vanished one is pruned.
+  EXPECT_EQ(itemWithId(group, safeSpace)["action"], "git -C " + app + " worktree remove --force '" + safeSpace + "'");
+  EXPECT_EQ(itemWithId(group, locked)["action"], "git -C " + app + " worktree remove --force --force " + locked);
+  EXPECT_EQ(itemWithId(group, gone)["detail"], "Folder is gone; git still tracks it");
+  EXPECT_EQ(itemWithId(group, gone)["action"], "git -C " + app + " worktree prune");
+  EXPECT_TRUE(itemWithId(group, gone)["path"].is_null());
 }
 
 TEST_F(WorktreesCommand, CleanRemovesOnlySafeWorktreesAndPrunesMissingOnes) {
-  const auto preview = runTidewarden({"worktrees", "clean", "--selected", "--dry-run", "--json"});
-  ASSERT_EQ(preview.code, 0) << preview.err;
-  EXPECT_EQ(nlohmann::json::parse(preview.out)["count"], 3);
-  EXPECT_TRUE(exists(safeSpace));
-
   const auto result = runTidewarden({"worktrees", "clean", "--selected", "--yes", "--json"});
   ASSERT_EQ(result.code, 0) << result.out << result.err;
   const auto summary = nlohmann::json::parse(result.out);
   EXPECT_EQ(summary["done"], 3);
   EXPECT_THAT(summary["failed"], IsEmpty());
 
-  EXPECT_FALSE(exists(safeSpace));
-  EXPECT_FALSE(exists(safeOdd));
+  EXPECT_FALSE(exists(safeSpace) || exists(safeOdd));
   EXPECT_EQ(readFile(dirty + "/notes.txt"), "work in progress\n");
-  EXPECT_TRUE(exists(ahead + "/b.txt"));
-  EXPECT_TRUE(exists(locked + "/README.md"));
-  EXPECT_THAT(listedWorktrees(git, app), UnorderedElementsAre(dirty, ahead, locked));
+  EXPECT_TRUE(exists(ahead + "/b.txt") && exists(both + "/notes.txt") && exists(locked + "/README.md"));
+  EXPECT_THAT(listedWorktrees(git, app), UnorderedElementsAre(dirty, ahead, both, locked));
   EXPECT_THAT(listedWorktrees(git, solo), ElementsAre(soloTree));
   // The branches stay; only the checked-out folders go.
   EXPECT_NE(git.run(app, {"branch", "--list", "safe-space"}), "");

@@ -35,6 +35,11 @@ std::string put(const std::string& path, const std::string& contents) {
   return path;
 }
 
+std::vector<std::string> copies(const std::string& contents, const std::vector<std::string>& paths) {
+  for (const auto& path : paths) put(path, contents);
+  return paths;
+}
+
 std::set<std::vector<std::string>> pathSets(const std::vector<Dedupe::DupSet>& sets) {
   std::set<std::vector<std::string>> result;
   for (const auto& set : sets) result.insert(set.paths);
@@ -43,12 +48,6 @@ std::set<std::vector<std::string>> pathSets(const std::vector<Dedupe::DupSet>& s
 
 void setProjectRoots(const std::vector<std::string>& roots) {
   Settings::shared().set(DevSettings::projectRootsKey, nlohmann::json(roots));
-}
-
-ino_t inodeOf(const std::string& path) {
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) throw std::runtime_error("lstat " + path);
-  return info.st_ino;
 }
 
 HeldOpen::HeldOpen(const std::string& path) {

@@ -2,14 +2,21 @@
 
 #include <sys/types.h>
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
+#include <memory>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "dedupe/dedupe.h"
+#include "support/fake_home.h"
+#include "support/loop_volume.h"
 
 namespace tw::test {
+
+constexpr std::int64_t MiB = 1 << 20;
 
 // Reproducible pseudo-random bytes: the same seed gives the same content.
 [[nodiscard]] std::string randomBytes(std::int64_t size, std::uint64_t seed);
@@ -17,12 +24,13 @@ namespace tw::test {
 // Writes `contents` to `path` (making its folders) and returns the path.
 std::string put(const std::string& path, const std::string& contents);
 
+// Writes the same bytes to every path; the paths come back as given.
+std::vector<std::string> copies(const std::string& contents, const std::vector<std::string>& paths);
+
 // The scan's sets as sets of paths, order left aside.
 [[nodiscard]] std::set<std::vector<std::string>> pathSets(const std::vector<Dedupe::DupSet>& sets);
 
 void setProjectRoots(const std::vector<std::string>& roots);
-
-[[nodiscard]] ino_t inodeOf(const std::string& path);
 
 // A child process that keeps a file open as its standard input until it is destroyed.
 class HeldOpen {
@@ -34,6 +42,21 @@ class HeldOpen {
 
  private:
   pid_t pid_ = -1;
+};
+
+// A test on a fresh XFS volume that can share blocks, with a fake home beside it;
+// skipped with the reason when the volume cannot be mounted here.
+class OnXfs : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    volume_ = LoopVolume::mount(LoopVolume::Kind::xfsReflink, 400 * MiB, whyNot_);
+    if (!volume_) GTEST_SKIP() << whyNot_;
+  }
+  [[nodiscard]] std::string on(const std::string& relative) const { return volume_->path() + "/" + relative; }
+
+  FakeHome home_;
+  std::string whyNot_;
+  std::unique_ptr<LoopVolume> volume_;
 };
 
 }  // namespace tw::test

@@ -3,7 +3,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <map>
 
 #include "core/date.h"
@@ -15,18 +14,21 @@ namespace tw::test {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using ::testing::UnorderedElementsAre;
+using Artifacts = std::map<std::string, std::string>;  // path -> hint
+using Listing = std::vector<std::pair<std::string, Artifacts>>;
 
-std::vector<std::string> sorted(std::vector<std::string> paths) {
-  std::sort(paths.begin(), paths.end());
-  return paths;
-}
+constexpr std::int64_t day = 86400;
 
-// path -> hint, for one Found.
-std::map<std::string, std::string> artifactMap(const Projects::Found& found) {
-  std::map<std::string, std::string> map;
-  for (const auto& artifact : found.artifacts) map[artifact.path] = artifact.hint;
-  return map;
+// Every Found of one project in order: its root and its artifacts.
+Listing listing(const std::string& project) {
+  Listing found;
+  for (const auto& each : Projects::artifacts(project)) {
+    Artifacts artifacts;
+    for (const auto& artifact : each.artifacts) artifacts[artifact.path] = artifact.hint;
+    found.emplace_back(each.root, artifacts);
+  }
+  return found;
 }
 
 std::string nested(const std::string& base, int levels) {
@@ -35,13 +37,9 @@ std::string nested(const std::string& base, int levels) {
   return path;
 }
 
-std::int64_t secondsAgo(const std::optional<Date>& date) {
-  return secondsSince1970(std::chrono::system_clock::now()) - secondsSince1970(*date);
-}
-
 }  // namespace
 
-TEST(ProjectDiscovery, FindsProjectsByManifestOrGitAndStopsInsideThem) {
+TEST(ProjectDiscovery, FindsProjectsSixLevelsDownOutsideSystemMediaDependencyAndPackageFolders) {
   FakeHome home;
   home.file("code/web/package.json");
   home.file("code/web/packages/inner/package.json");  // inside a project: not a project of its own
@@ -49,32 +47,16 @@ TEST(ProjectDiscovery, FindsProjectsByManifestOrGitAndStopsInsideThem) {
   home.fileWithContents("code/linked/.git", "gitdir: /elsewhere\n");
   home.file("code/game/ProjectSettings/ProjectVersion.txt");
   home.file("notes/todo.txt");
-
-  EXPECT_EQ(sorted(Projects::discover({home.path()})),
-            sorted({home / "code/web", home / "code/tool", home / "code/linked", home / "code/game"}));
-}
-
-TEST(ProjectDiscovery, SkipsHiddenLibraryMediaDependencyAndPackageFolders) {
-  FakeHome home;
-  home.file("Library/Caches/thing/package.json");
-  home.file("Music/band/package.json");
-  home.file(".config/tool/package.json");
-  home.file("stuff/node_modules/left-pad/package.json");
-  home.file("Apps/Editor.app/Contents/Resources/package.json");
-  home.file("Apps/Photos.PhotosLibrary/db/package.json");
-  home.file("real/package.json");
-
-  EXPECT_THAT(Projects::discover({home.path()}), ElementsAre(home / "real"));
-}
-
-TEST(ProjectDiscovery, LooksSixLevelsDownAndNoFurther) {
-  FakeHome home;
+  for (const char* hidden : {"Library/Caches/thing", "Music/band", ".config/tool", "stuff/node_modules/left-pad",
+                             "Apps/Editor.app/Contents/Resources", "Apps/Photos.PhotosLibrary/db"}) {
+    home.file(std::string(hidden) + "/package.json");
+  }
   const std::string six = nested(home / "deep", 5);  // deep is level 1, d5 is level 6
   writeFile(six + "/Cargo.toml", "");
-  const std::string seven = nested(home / "deeper", 6);
-  writeFile(seven + "/Cargo.toml", "");
+  writeFile(nested(home / "deeper", 6) + "/Cargo.toml", "");
 
-  EXPECT_THAT(Projects::discover({home.path()}), ElementsAre(six));
+  EXPECT_THAT(Projects::discover({home.path()}), UnorderedElementsAre(home / "code/web", home / "code/tool",
+                                                                      home / "code/linked", home / "code/game", six));
 }
 
 TEST(ProjectDiscovery, RootsInOrderEachProjectOnceAndUnreadableOrLinkedFoldersAreSkipped) {
@@ -89,186 +71,96 @@ TEST(ProjectDiscovery, RootsInOrderEachProjectOnceAndUnreadableOrLinkedFoldersAr
 
   EXPECT_THAT(Projects::discover({home / "b", home / "a", home / "a", home / "missing"}),
               ElementsAre(home / "b/two", home / "a/one"));
+  // A project folder that cannot be read has nothing to offer.
+  ASSERT_EQ(::chmod((home / "a/one").c_str(), 0), 0);
+  EXPECT_EQ(listing(home / "a/one"), (Listing{{home / "a/one", {}}}));
 }
 
-TEST(ProjectArtifacts, FindsEachKindOnceAndNeverWalksIntoWhatItFound) {
+TEST(ProjectArtifacts, FindsEachKindOnceWithoutWalkingIntoArtifactsPackagesOrLinks) {
   FakeHome home;
   const std::string web = home / "web";
   home.file("web/package.json");
   home.file("web/node_modules/react/package.json");
   home.file("web/node_modules/react/node_modules/x/index.js");
-  home.folder("web/.next/cache");
   home.folder("web/coverage");
-  home.folder("web/src/components");
-  home.folder("web/ios/DerivedData/Build");
-  home.file("web/ios/App.xcodeproj/project.pbxproj");
-  home.folder("web/ios/build");
-  home.folder("web/docs/build");  // beside a readme only: walked into, not offered
+  home.folder("web/docs/build/tools/.pytest_cache");  // a build beside a readme only: walked, not offered
   home.file("web/docs/README.md");
-  home.folder("web/docs/build/tools/.pytest_cache");
+  // A repository nested inside is a project of its own, listed after the outer one.
+  home.folder("web/vendor/lib/.git");
+  home.file("web/vendor/lib/Cargo.toml");
+  home.folder("web/vendor/lib/target/debug");
+  home.folder("web/vendor/lib/deeper/DerivedData");
 
-  const auto found = Projects::artifacts(web);
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(found[0].root, web);
-  EXPECT_EQ(artifactMap(found[0]),
-            (std::map<std::string, std::string>{
-                {web + "/node_modules", "Dependencies \u00b7 reinstall with npm/yarn/pnpm/bun install"},
-                {web + "/.next", "Framework build cache \u00b7 rebuilt on next dev/build"},
-                {web + "/coverage", "Test coverage report"},
-                {web + "/ios/DerivedData", "Xcode build output"},
-                {web + "/ios/build", "Build output \u00b7 rebuilt on next build"},
-                {web + "/docs/build/tools/.pytest_cache", "Python tool cache"},
-            }));
-}
-
-TEST(ProjectArtifacts, NestedRepositoryBecomesItsOwnProject) {
-  FakeHome home;
-  const std::string mono = home / "mono";
-  home.file("mono/package.json");
-  home.folder("mono/node_modules/a");
-  home.folder("mono/vendor/lib/.git");
-  home.file("mono/vendor/lib/Cargo.toml");
-  home.folder("mono/vendor/lib/target/debug");
-  home.folder("mono/vendor/lib/deeper/DerivedData");
-
-  const auto found = Projects::artifacts(mono);
-  ASSERT_EQ(found.size(), 2u);
-  EXPECT_EQ(found[0].root, mono);
-  EXPECT_THAT(artifactMap(found[0]), ElementsAre(std::pair{mono + "/node_modules", Projects::rules()[0].hint}));
-  EXPECT_EQ(found[1].root, mono + "/vendor/lib");
-  EXPECT_EQ(sorted({found[1].artifacts[0].path, found[1].artifacts[1].path}),
-            sorted({mono + "/vendor/lib/target", mono + "/vendor/lib/deeper/DerivedData"}));
-}
-
-TEST(ProjectArtifacts, NodeModulesAndPackagesAreNeverWalkedEvenWhenNotArtifacts) {
-  FakeHome home;
-  const std::string project = home / "p";
-  home.file("p/go.mod");
-  home.folder("p/node_modules/pkg/DerivedData");  // no package.json beside node_modules
-  home.folder("p/Tool.app/Contents/DerivedData");
-  home.folder("p/.hidden/DerivedData");  // hidden folders are walked inside a project
-
-  const auto found = Projects::artifacts(project);
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_EQ(artifactMap(found[0]),
-            (std::map<std::string, std::string>{{project + "/.hidden/DerivedData", "Xcode build output"}}));
-}
-
-TEST(ProjectArtifacts, StopsDescendingTenLevelsDown) {
-  FakeHome home;
-  const std::string project = home / "p";
-  home.file("p/pyproject.toml");
+  const std::string go = home / "go";
+  home.file("go/go.mod");
+  home.folder("go/node_modules/pkg/DerivedData");  // no package.json beside it, yet never walked
+  home.folder("go/Tool.app/Contents/DerivedData");
+  home.folder("go/Kit.xcodeproj/xcuserdata/DerivedData");
+  home.folder("go/.hidden/DerivedData");  // hidden folders are walked inside a project
   // The folder walked at depth 10 still has its entries matched; one level deeper is not walked.
-  const std::string reachable = nested(project, 10) + "/.mypy_cache";
-  const std::string tooDeep = nested(project + "/x", 10) + "/.mypy_cache";
-  makeFolders(reachable);
-  makeFolders(tooDeep);
-
-  const auto found = Projects::artifacts(project);
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_THAT(artifactMap(found[0]), ElementsAre(std::pair{reachable, std::string("Python tool cache")}));
-}
-
-TEST(ProjectArtifacts, SymbolicLinksAreNeitherArtifactsNorWalked) {
-  FakeHome home;
-  const std::string project = home / "p";
-  home.file("p/package.json");
-  home.folder("store/node_modules/dep");
+  makeFolders(nested(go, 10) + "/.mypy_cache");
+  makeFolders(nested(go + "/x", 10) + "/.mypy_cache");
   home.folder("outside/DerivedData");
-  ASSERT_EQ(::symlink((home / "store/node_modules").c_str(), (project + "/node_modules").c_str()), 0);
-  ASSERT_EQ(::symlink((home / "outside").c_str(), (project + "/linked").c_str()), 0);
+  ASSERT_EQ(::symlink((home / "outside").c_str(), (go + "/linked").c_str()), 0);
 
-  const auto found = Projects::artifacts(project);
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_THAT(found[0].artifacts, IsEmpty());
+  const std::string pnpm = home / "pnpm";
+  home.file("pnpm/package.json");
+  home.folder("store/node_modules/dep");
+  ASSERT_EQ(::symlink((home / "store/node_modules").c_str(), (pnpm + "/node_modules").c_str()), 0);
+
+  EXPECT_EQ(listing(web),
+            (Listing{{web,
+                      {{web + "/node_modules", Projects::rules()[0].hint},
+                       {web + "/coverage", "Test coverage report"},
+                       {web + "/docs/build/tools/.pytest_cache", "Python tool cache"}}},
+                     {web + "/vendor/lib",
+                      {{web + "/vendor/lib/target", "Rust/Maven build output \u00b7 rebuilt on next build"},
+                       {web + "/vendor/lib/deeper/DerivedData", "Xcode build output"}}}}));
+  EXPECT_EQ(listing(go), (Listing{{go,
+                                   {{go + "/.hidden/DerivedData", "Xcode build output"},
+                                    {nested(go, 10) + "/.mypy_cache", "Python tool cache"}}}}));
+  EXPECT_EQ(listing(pnpm), (Listing{{pnpm, {}}}));
 }
 
-TEST(ProjectArtifacts, UnreadableFoldersContributeNothing) {
-  if (!enforceFilePermissions()) GTEST_SKIP() << "cannot make a folder unreadable here";
-  FakeHome home;
-  const std::string project = home / "p";
-  home.file("p/package.json");
-  home.folder("p/node_modules/x");
-  home.folder("p/secret/DerivedData");
-  ASSERT_EQ(::chmod((project + "/secret").c_str(), 0), 0);
-
-  const auto found = Projects::artifacts(project);
-  ASSERT_EQ(found.size(), 1u);
-  EXPECT_THAT(artifactMap(found[0]), ElementsAre(std::pair{project + "/node_modules", Projects::rules()[0].hint}));
-
-  ASSERT_EQ(::chmod(project.c_str(), 0), 0);
-  const auto none = Projects::artifacts(project);
-  ASSERT_EQ(none.size(), 1u);
-  EXPECT_THAT(none[0].artifacts, IsEmpty());
-}
-
+// The command tests cover the index before HEAD, the folder's own time, a relative
+// gitdir line; these are the rest.
 TEST(ProjectActivity, ComesFromTheGitIndexThenHeadThenTheFolder) {
   FakeHome home;
-  const std::string repo = home.folder("repo");
-  home.file("repo/.git/index");
-  home.file("repo/.git/HEAD");
-  setModificationTime(repo + "/.git/index", 5 * 86400);
-  setModificationTime(repo + "/.git/HEAD", 9 * 86400);
-  setModificationTime(repo, 40 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(repo)) / 86400, 5);
-
-  ::unlink((repo + "/.git/index").c_str());
-  setModificationTime(repo, 40 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(repo)) / 86400, 9);
-
-  const std::string plain = home.folder("plain");
-  home.file("plain/go.mod");
-  setModificationTime(plain, 31 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(plain)) / 86400, 31);
-
+  const auto aged = [&](const std::string& relative, std::int64_t days) {
+    home.file(relative);
+    setModificationTime(home / relative, days * day);
+  };
+  aged("headonly/.git/HEAD", 9);
+  aged("main/.git/worktrees/feature/index", 3);
+  const struct {
+    std::string folder;
+    std::optional<std::string> gitFile;  // a .git file instead of a folder
+    std::int64_t days;
+  } cases[] = {
+      {"headonly", std::nullopt, 9},
+      {"feature", "# written by git\ngitdir:   " + (home / "main/.git/worktrees/feature") + "  \n", 3},
+      // Broken .git files: the folder's own time counts.
+      {"nogitdir", "this is not what git writes\n", 40},
+      {"nowhere", "gitdir: /no/such/place/.git/worktrees/x\n", 40},
+      {"empty", "gitdir:\n", 40},
+      {"binary", std::string("\xff\xfe\0gitdir: \xc3", 12), 40},
+  };
+  for (const auto& [folder, gitFile, days] : cases) {
+    home.folder(folder);
+    if (gitFile) home.fileWithContents(folder + "/.git", *gitFile);
+    setModificationTime(home / folder, 40 * day);
+    const auto active = Projects::lastActive(home / folder);
+    ASSERT_TRUE(active.has_value()) << folder;
+    EXPECT_EQ((secondsSince1970(std::chrono::system_clock::now()) - secondsSince1970(*active)) / day, days) << folder;
+  }
   EXPECT_FALSE(Projects::lastActive(home / "does-not-exist").has_value());
-}
-
-TEST(ProjectActivity, FollowsTheGitdirLineOfAGitFile) {
-  FakeHome home;
-  home.file("main/.git/worktrees/feature/index");
-  setModificationTime(home / "main/.git/worktrees/feature/index", 3 * 86400);
-  home.file("elsewhere/modules/sub/HEAD");
-  setModificationTime(home / "elsewhere/modules/sub/HEAD", 12 * 86400);
-
-  const std::string absolute = home.fileWithContents(
-      "feature/.git", "# written by git\ngitdir:   " + (home / "main/.git/worktrees/feature") + "  \n");
-  setModificationTime(home / "feature", 60 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(home / "feature")) / 86400, 3);
-
-  // A relative gitdir is taken from the project folder, not from the working directory.
-  home.fileWithContents("proj/sub/.git", "gitdir: ../../elsewhere/modules/sub\n");
-  setModificationTime(home / "proj/sub", 60 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(home / "proj/sub")) / 86400, 12);
-  (void)absolute;
-}
-
-TEST(ProjectActivity, BrokenGitFilesFallBackToTheFolder) {
-  FakeHome home;
-  home.fileWithContents("nogitdir/.git", "this is not what git writes\n");
-  setModificationTime(home / "nogitdir", 45 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(home / "nogitdir")) / 86400, 45);
-
-  home.fileWithContents("nowhere/.git", "gitdir: /no/such/place/.git/worktrees/x\n");
-  setModificationTime(home / "nowhere", 20 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(home / "nowhere")) / 86400, 20);
-
-  home.fileWithContents("empty/.git", "gitdir:\n");
-  setModificationTime(home / "empty", 33 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(home / "empty")) / 86400, 33);
-
-  home.fileWithContents("binary/.git", std::string("\xff\xfe\0gitdir: \xc3", 12));
-  setModificationTime(home / "binary", 2 * 86400);
-  EXPECT_EQ(secondsAgo(Projects::lastActive(home / "binary")) / 86400, 2);
 }
 
 TEST(ProjectActivity, IdleMeansStrictlyMoreThanThirtyDays) {
   const Date now = std::chrono::system_clock::now();
   EXPECT_FALSE(Projects::idle(std::nullopt, now));
-  EXPECT_FALSE(Projects::idle(now - std::chrono::seconds(2'592'000), now));
-  EXPECT_TRUE(Projects::idle(now - std::chrono::seconds(2'592'001), now));
-  EXPECT_FALSE(Projects::idle(now - std::chrono::hours(24 * 29), now));
-  EXPECT_TRUE(Projects::idle(now - std::chrono::hours(24 * 31), now));
+  EXPECT_FALSE(Projects::idle(now - std::chrono::seconds(30 * day), now));
+  EXPECT_TRUE(Projects::idle(now - std::chrono::seconds(30 * day + 1), now));
 }
 
 }  // namespace tw::test

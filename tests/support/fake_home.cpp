@@ -116,7 +116,7 @@ void setModificationTime(const std::string& path, std::int64_t secondsAgo) {
 }
 
 bool exists(const std::string& path) {
-  struct stat info{};
+  struct stat info {};
   return ::lstat(path.c_str(), &info) == 0;
 }
 

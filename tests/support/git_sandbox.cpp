@@ -12,9 +12,6 @@ GitSandbox::GitSandbox() {
       {"GIT_CONFIG_NOSYSTEM", "1"},          {"GIT_CONFIG_GLOBAL", "/dev/null"},
       {"GIT_TERMINAL_PROMPT", "0"},
   };
-  // The (fake) home's own file, empty unless a test writes it; never the user's.
-  const char* home = std::getenv("HOME");
-  variables.emplace("GIT_CONFIG_GLOBAL", std::string(home != nullptr ? home : "/nonexistent") + "/.gitconfig");
   for (const auto& [name, value] : variables) {
     const char* old = std::getenv(name.c_str());
     saved_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;

@@ -11,7 +11,6 @@ namespace tw::test {
 
 // Real git for tests: a fixed identity and neither system nor global configuration, set in
 // this process's environment (so child processes inherit it) while the object lives.
-// Make it after the FakeHome: git's global configuration is the fake home's.
 class GitSandbox {
  public:
   GitSandbox();

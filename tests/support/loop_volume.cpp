@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "core/text.h"
+#include "core/unique_fd.h"
 #include "support/fake_home.h"
 
 namespace tw::test {
@@ -25,96 +26,78 @@ struct Extent {
 
 std::vector<Extent> extents(const std::string& path) {
   std::vector<Extent> found;
-  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) return found;
+  const UniqueFd fd{::open(path.c_str(), O_RDONLY | O_CLOEXEC)};
   constexpr unsigned capacity = 256;
   std::vector<std::uint64_t> storage((sizeof(fiemap) + capacity * sizeof(fiemap_extent)) / 8 + 1);
   auto* request = reinterpret_cast<fiemap*>(storage.data());
-  std::uint64_t start = 0;
-  for (bool last = false; !last;) {
+  for (bool last = !fd; !last;) {
+    const std::uint64_t start = found.empty() ? 0 : found.back().logical + found.back().length;
     std::memset(request, 0, sizeof(fiemap));
     request->fm_start = start;
     request->fm_length = FIEMAP_MAX_OFFSET - start;
     request->fm_flags = FIEMAP_FLAG_SYNC;
     request->fm_extent_count = capacity;
-    if (::ioctl(fd, FS_IOC_FIEMAP, request) != 0 || request->fm_mapped_extents == 0) break;
+    if (::ioctl(fd.get(), FS_IOC_FIEMAP, request) != 0 || request->fm_mapped_extents == 0) break;
     for (unsigned i = 0; i < request->fm_mapped_extents; ++i) {
       const fiemap_extent& extent = request->fm_extents[i];
       found.push_back({extent.fe_logical, extent.fe_physical, extent.fe_length, extent.fe_flags});
-      start = extent.fe_logical + extent.fe_length;
       last = last || (extent.fe_flags & FIEMAP_EXTENT_LAST) != 0;
     }
   }
-  ::close(fd);
   return found;
 }
 
-bool hasProgram(const std::string& name) { return runProcess({"sh", "-c", "command -v " + name}).code == 0; }
-
-std::string formatCommand(LoopVolume::Kind kind, std::vector<std::string>& command) {
+// The formatter of each kind of image; a tmpfs needs none.
+std::vector<std::string> formatCommand(LoopVolume::Kind kind) {
   switch (kind) {
     case LoopVolume::Kind::xfsReflink:
-      command = {"mkfs.xfs", "-q", "-f", "-m", "reflink=1"};
-      return "mkfs.xfs";
+      return {"mkfs.xfs", "-q", "-f", "-m", "reflink=1"};
     case LoopVolume::Kind::xfsPlain:
-      command = {"mkfs.xfs", "-q", "-f", "-m", "reflink=0"};
-      return "mkfs.xfs";
+      return {"mkfs.xfs", "-q", "-f", "-m", "reflink=0"};
     case LoopVolume::Kind::btrfs:
-      command = {"mkfs.btrfs", "-q", "-f"};
-      return "mkfs.btrfs";
+      return {"mkfs.btrfs", "-q", "-f"};
     case LoopVolume::Kind::ext4:
-      command = {"mkfs.ext4", "-q", "-F"};
-      return "mkfs.ext4";
+      return {"mkfs.ext4", "-q", "-F"};
     case LoopVolume::Kind::tmpfs:
-      return "";
+      break;
   }
-  return "";
+  return {};
 }
 
 }  // namespace
 
 std::unique_ptr<LoopVolume> LoopVolume::mount(Kind kind, std::int64_t bytes, std::string& whyNot,
                                               const std::string& mountPoint) {
-  if (::geteuid() != 0) {
-    whyNot = "mounting a test volume needs root";
+  std::vector<std::string> command = formatCommand(kind);
+  const auto fail = [&](const std::string& reason) {
+    whyNot = reason;
     return nullptr;
-  }
-  std::vector<std::string> format;
-  const std::string formatter = formatCommand(kind, format);
+  };
+  if (::geteuid() != 0) return fail("mounting a test volume needs root");
   if (kind != Kind::tmpfs && ::access("/dev/loop-control", F_OK) != 0) {
-    whyNot = "no loop devices (/dev/loop-control is missing)";
-    return nullptr;
+    return fail("no loop devices (/dev/loop-control is missing)");
   }
-  if (!formatter.empty() && !hasProgram(formatter)) {
-    whyNot = formatter + " is not installed";
-    return nullptr;
+  if (!command.empty() && runProcess({"sh", "-c", "command -v " + command[0]}).code != 0) {
+    return fail(command[0] + " is not installed");
   }
   std::unique_ptr<LoopVolume> volume(new LoopVolume);
   volume->workFolder_ = makeTempFolder("tw-volume");
   const std::string target = mountPoint.empty() ? volume->workFolder_ + "/mnt" : mountPoint;
   makeFolders(target);
-  RunResult mounted;
   if (kind == Kind::tmpfs) {
-    mounted = runProcess({"mount", "-t", "tmpfs", "-o", "size=" + std::to_string(bytes), "tmpfs", target});
+    command = {"mount", "-t", "tmpfs", "-o", "size=" + std::to_string(bytes), "tmpfs", target};
   } else {
     volume->image_ = volume->workFolder_ + "/volume.img";
     writeFile(volume->image_, "");
-    if (::truncate(volume->image_.c_str(), bytes) != 0) {
-      whyNot = "could not size the image: " + std::string(std::strerror(errno));
-      return nullptr;
-    }
-    format.push_back(volume->image_);
-    const RunResult formatted = runProcess(format);
-    if (formatted.code != 0) {
-      whyNot = formatter + " failed: " + formatted.err;
-      return nullptr;
-    }
-    mounted = runProcess({"mount", "-o", "loop", volume->image_, target});
+    if (::truncate(volume->image_.c_str(), bytes) != 0)
+      return fail("could not size the image: " + std::string(std::strerror(errno)));
+    command.push_back(volume->image_);
+    const RunResult formatted = runProcess(command);
+    if (formatted.code != 0) return fail(command[0] + " failed: " + formatted.err);
+    command = {"mount", "-o", "loop", volume->image_, target};
   }
-  if (mounted.code != 0) {
-    whyNot = "mount failed: " + mounted.err;
-    return nullptr;
-  }
+  const RunResult mounted = runProcess(command);
+  if (mounted.code != 0) return fail("mount failed: " + mounted.err);
   volume->mountPoint_ = target;
   return volume;
 }
@@ -134,11 +117,7 @@ LoopVolume::~LoopVolume() {
 }
 
 std::int64_t LoopVolume::freeBytes() const {
-  const int fd = ::open(mountPoint_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-  if (fd >= 0) {
-    ::syncfs(fd);
-    ::close(fd);
-  }
+  if (const UniqueFd fd{::open(mountPoint_.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)}) ::syncfs(fd.get());
   struct statvfs info {};
   if (::statvfs(mountPoint_.c_str(), &info) != 0) return -1;
   return static_cast<std::int64_t>(info.f_bfree) * static_cast<std::int64_t>(info.f_frsize);
