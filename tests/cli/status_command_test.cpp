@@ -65,12 +65,5 @@ TEST(StatusCommand, SampleModeShowsTheDemonstrationVolume) {
   EXPECT_NE(text.out.find("Linux has no purgeable space"), std::string::npos);
 }
 
-TEST(StatusCommand, TakesNoArguments) {
-  FakeHome home;
-  const auto result = runTidewarden({"status", "extra"});
-  EXPECT_EQ(result.code, 2);
-  EXPECT_EQ(result.err, "tidewarden: unexpected argument 'extra'\nRun 'tidewarden help' for usage.\n");
-}
-
 }  // namespace
 }  // namespace tw::test
