@@ -18,17 +18,23 @@ RunResult junk(const std::string& table, std::vector<std::string> arguments) {
   return runTidewarden(arguments, {{"TIDEWARDEN_JUNK_TABLE", table}});
 }
 
-// Checks the whole JSON answer against a fake home's layout.
-void expectListing(const json& answer, const JunkHome& layout, const FakeHome& home) {
+// Which paths each platform's catalogue offers is the catalogue's business; this is about the answer.
+TEST(JunkCommand, JsonListsTheCatalogueOfAFakeHomeAndOnlyCountsWithoutItems) {
+  FakeHome home;
+  const JunkHome layout = makeMacJunkHome(home);
+  const RunResult result = junk("macos", {"--json", "--items"});
+  ASSERT_EQ(result.code, 0) << result.err;
+  EXPECT_EQ(result.err, "");
+  const json listing = json::parse(result.out);
   const std::vector<std::string> ids{"caches", "appcaches", "logs", "xcode", "dev", "trash", "installers"};
   const std::vector<std::string> titles{
       "User Cache Files",       "App & Browser Caches", "Log Files", "Xcode Junk", "Developer Caches", "Trash",
       "Installers in Downloads"};
-  ASSERT_EQ(answer["categories"].size(), ids.size());
+  ASSERT_EQ(listing["categories"].size(), ids.size());
   std::int64_t total = 0;
   std::int64_t safeTotal = 0;
   for (std::size_t index = 0; index < ids.size(); ++index) {
-    const json& category = answer["categories"][index];
+    const json& category = listing["categories"][index];
     EXPECT_EQ(category["id"], ids[index]);
     EXPECT_EQ(category["title"], titles[index]);
     EXPECT_TRUE(category["detail"].is_string());
@@ -49,37 +55,15 @@ void expectListing(const json& answer, const JunkHome& layout, const FakeHome& h
     total += sum;
     if (safe) safeTotal += sum;
   }
-  EXPECT_EQ(answer["total"], total);
-  EXPECT_EQ(answer["safeTotal"], safeTotal);
+  EXPECT_EQ(listing["total"], total);
+  EXPECT_EQ(listing["safeTotal"], safeTotal);
   EXPECT_GT(safeTotal, 0);
-}
 
-TEST(JunkCommand, JsonListsExactlyTheMacCatalogueOfAFakeHome) {
-  FakeHome home;
-  const JunkHome layout = makeMacJunkHome(home);
-  const RunResult result = junk("macos", {"--json", "--items"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(result.err, "");
-  expectListing(json::parse(result.out), layout, home);
-}
-
-TEST(JunkCommand, JsonListsExactlyTheLinuxCatalogueOfAFakeHome) {
-  FakeHome home;
-  const JunkHome layout = makeLinuxJunkHome(home);
-  const RunResult result = junk("linux", {"--json", "--items"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  expectListing(json::parse(result.out), layout, home);
-}
-
-TEST(JunkCommand, JsonWithoutItemsCarriesNoItemLists) {
-  FakeHome home;
-  makeLinuxJunkHome(home);
-  const json answer = json::parse(junk("linux", {"--json"}).out);
-  for (const json& category : answer["categories"]) {
+  const json counts = json::parse(junk("macos", {"--json"}).out);
+  for (const json& category : counts["categories"]) {
     EXPECT_FALSE(category.contains("items")) << category["id"];
-    EXPECT_TRUE(category.contains("count"));
+    EXPECT_EQ(category["count"], layout.offered.at(category["id"].get<std::string>()).size()) << category["id"];
   }
-  EXPECT_EQ(answer["categories"][0]["count"], 4);
 }
 
 TEST(JunkCommand, TextMarksTheSafeCategoriesAndTotalsThem) {
@@ -105,32 +89,20 @@ TEST(JunkCommand, TextMarksTheSafeCategoriesAndTotalsThem) {
       << result.out;
 }
 
-TEST(JunkCommand, UnreadableTrashShowsTheNoteAndTheRestStillRuns) {
+TEST(JunkCommand, AnUnreadableTrashOrANameThatIsNotUtf8StillGivesValidJson) {
   FakeHome home;
   junkFile(home, ".Trash");
   junkFile(home, "Library/Logs/app.log");
-  const json answer = json::parse(junk("macos", {"--json"}).out);
-  EXPECT_EQ(answer["categories"][5]["note"],
-            "Grant Tidewarden Full Disk Access in System Settings \u203A Privacy & Security to empty the Trash here.");
-  EXPECT_EQ(answer["categories"][2]["count"], 1);
-}
-
-TEST(JunkCommand, NamesThatAreNotUtf8StillGiveValidJson) {
-  FakeHome home;
   junkFile(home, std::string("Library/Caches/bad-\xff\xfe-name/data"));
   const RunResult result = junk("macos", {"--json", "--items"});
   ASSERT_EQ(result.code, 0);
   EXPECT_EQ(validUtf8(result.out), result.out);
   const json answer = json::parse(result.out);
+  EXPECT_EQ(answer["categories"][5]["note"],
+            "Grant Tidewarden Full Disk Access in System Settings \u203A Privacy & Security to empty the Trash here.");
+  EXPECT_EQ(answer["categories"][2]["count"], 1);
   ASSERT_EQ(answer["categories"][0]["items"].size(), 1u);
   EXPECT_NE(answer["categories"][0]["items"][0]["path"].get<std::string>().find("bad-"), std::string::npos);
-}
-
-TEST(JunkCommand, FlagsTakeNoValues) {
-  FakeHome home;
-  const RunResult result = runTidewarden({"junk", "--json=1"});
-  EXPECT_EQ(result.code, 2);
-  EXPECT_TRUE(result.err.starts_with("tidewarden: unknown option '--json=1'")) << result.err;
 }
 
 }  // namespace

@@ -42,7 +42,7 @@ void makeProject(FakeHome& home) {
   home.folder("work/empty");
 }
 
-TEST(ScanCommand, JsonDescribesTheTreeWithItsTotals) {
+TEST(ScanCommand, JsonDescribesTheTreeWithItsTotalsAndDepthAndTopShapeIt) {
   FakeHome home;
   makeProject(home);
   const auto result = runTidewarden({"scan", home / "work", "--json"});
@@ -68,11 +68,8 @@ TEST(ScanCommand, JsonDescribesTheTreeWithItsTotals) {
   EXPECT_EQ(keysOf(children[0]), (std::set<std::string>{"name", "path", "isDir", "size", "freeable", "items"}))
       << "the default depth shows one level";
   EXPECT_GE(children[0]["size"].get<std::int64_t>(), children[1]["size"].get<std::int64_t>());
-}
 
-TEST(ScanCommand, DepthAndTopShapeTheJson) {
-  FakeHome home;
-  makeProject(home);
+  // Deeper levels, --top at every level, and depth 0 with the same total.
   const auto deep = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--depth", "3"}).out);
   const auto& app = deep["children"][0];
   ASSERT_TRUE(app.contains("children"));
@@ -89,7 +86,7 @@ TEST(ScanCommand, DepthAndTopShapeTheJson) {
 
   const auto none = nlohmann::json::parse(runTidewarden({"scan", home / "work", "--json", "--depth", "0"}).out);
   EXPECT_TRUE(none["children"].empty());
-  EXPECT_EQ(none["size"], deep["size"]);
+  EXPECT_EQ(none["size"], json["size"]);
 }
 
 TEST(ScanCommand, TextListsTheLargestItemsAndSummarises) {
@@ -110,53 +107,35 @@ TEST(ScanCommand, TextListsTheLargestItemsAndSummarises) {
   EXPECT_TRUE(out.ends_with("\nREAL is the space deleting would free (APFS clones and hard links excluded).\n"));
 }
 
-TEST(ScanCommand, ScansTheHomeFolderByDefault) {
+TEST(ScanCommand, ScansWhatThePathNamesAndFailsOnAnythingButAFolder) {
   FakeHome home;
   home.file("Downloads/big.iso", 2 * kMiB);
-  const auto json = nlohmann::json::parse(runTidewarden({"scan", "--json"}).out);
-  EXPECT_EQ(json["path"], home.path());
-  EXPECT_EQ(json["children"][0]["name"], "Downloads");
-}
-
-TEST(ScanCommand, RelativePathsAndFoldersThatLookLikeOptions) {
-  FakeHome home;
   home.file("-weird-folder/file", 2 * kMiB);
-  const auto result = runTidewarden({"scan", "--json", "--", "-weird-folder"}, {}, home.path());
-  ASSERT_EQ(result.code, 0) << result.err;
-  EXPECT_EQ(nlohmann::json::parse(result.out)["path"], home / "-weird-folder");
-}
-
-TEST(ScanCommand, ALinkToAFolderScansTheFolder) {
-  FakeHome home;
   home.file("real/file", 2 * kMiB);
   ASSERT_EQ(::symlink((home / "real").c_str(), (home / "alias").c_str()), 0);
-  const auto json = nlohmann::json::parse(runTidewarden({"scan", home / "alias", "--json"}).out);
-  EXPECT_EQ(json["path"], home / "real");
-  EXPECT_EQ(json["items"], 1);
-}
+  // By default the home folder; a relative path from the working folder; a link as its folder.
+  const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+      {{"scan", "--json"}, home.path()},
+      {{"scan", "--json", "--", "-weird-folder"}, home / "-weird-folder"},
+      {{"scan", home / "alias", "--json"}, home / "real"},
+  };
+  for (const auto& [arguments, path] : cases) {
+    const auto result = runTidewarden(arguments, {}, home.path());
+    ASSERT_EQ(result.code, 0) << result.err;
+    const auto json = nlohmann::json::parse(result.out);
+    EXPECT_EQ(json["path"], path);
+    if (path != home.path()) {
+      EXPECT_EQ(json["items"], 1) << path;
+    }
+  }
 
-TEST(ScanCommand, RejectsBadNumbersAsMisuse) {
-  FakeHome home;
-  const auto top = runTidewarden({"scan", "--top", "0"});
-  EXPECT_EQ(top.code, 2);
-  EXPECT_EQ(top.err, "tidewarden: --top expects a number ≥ 1, got '0'\nRun 'tidewarden help' for usage.\n");
-  const auto depth = runTidewarden({"scan", "--depth", "-1"});
-  EXPECT_EQ(depth.code, 2);
-  EXPECT_EQ(depth.err, "tidewarden: --depth expects a number ≥ 0, got '-1'\nRun 'tidewarden help' for usage.\n");
-  EXPECT_EQ(runTidewarden({"scan", "--top", "many"}).code, 2);
-  EXPECT_EQ(runTidewarden({"scan", "a", "b"}).code, 2);
-}
-
-TEST(ScanCommand, APathThatIsNotAFolderFails) {
-  FakeHome home;
   const std::string file = home.file("plain.txt", 10);
-  const auto result = runTidewarden({"scan", file});
-  EXPECT_EQ(result.code, 1);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "tidewarden: not a folder: " + file + "\n");
-  const auto missing = runTidewarden({"scan", home / "missing", "--json"});
-  EXPECT_EQ(missing.code, 1);
-  EXPECT_EQ(missing.err, "tidewarden: not a folder: " + (home / "missing") + "\n");
+  for (const auto& path : {file, home / "missing"}) {
+    const auto result = runTidewarden({"scan", path, "--json"});
+    EXPECT_EQ(result.code, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, "tidewarden: not a folder: " + path + "\n");
+  }
 }
 
 TEST(ScanCommand, NamesThatAreNotUtf8StayReadable) {
