@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "cli/cli.h"
 #include "support/fake_home.h"
 
 namespace tw::test {
@@ -34,21 +35,26 @@ const std::string usageText =
     "Every command accepts --json (sizes in bytes). Destructive commands only print\n"
     "what they would do unless --yes is given; --dry-run never deletes anything.";
 
-class CommandLine : public ::testing::Test {
- protected:
-  FakeHome home;
-};
+std::string usageErrorOf(const std::function<void()>& parse) {
+  try {
+    parse();
+  } catch (const CLI::UsageError& error) {
+    return error.message();
+  }
+  return "(no error)";
+}
 
-TEST_F(CommandLine, HelpPrintsTheUsageTextExactlyAndSucceeds) {
+using CLI::Args;
+
+TEST(CommandLine, HelpPrintsTheUsageTextExactlyAndHelpJsonListsTheCommandsSorted) {
+  FakeHome home;
   for (const char* word : {"help", "--help", "-h"}) {
     const auto result = runTidewarden({word});
     EXPECT_EQ(result.code, 0);
     EXPECT_EQ(result.out, usageText + "\n");
     EXPECT_EQ(result.err, "");
   }
-}
 
-TEST_F(CommandLine, HelpJsonListsEveryCommandAndTheTwelveScreensSorted) {
   const auto result = runTidewarden({"help", "--json"});
   ASSERT_EQ(result.code, 0);
   const auto json = nlohmann::json::parse(result.out);
@@ -63,43 +69,77 @@ TEST_F(CommandLine, HelpJsonListsEveryCommandAndTheTwelveScreensSorted) {
   EXPECT_TRUE(result.out.starts_with("{\n  \"commands\": [\n    \"--help\","));
 }
 
-TEST_F(CommandLine, UnknownCommandExitsTwoWithUsageOnStandardError) {
-  const auto result = runTidewarden({"frobnicate"});
-  EXPECT_EQ(result.code, 2);
-  EXPECT_EQ(result.out, "");
-  EXPECT_EQ(result.err, "tidewarden: unknown command 'frobnicate'\n" + usageText + "\n");
-}
-
-TEST_F(CommandLine, MisuseExitsTwoWithTheMessageAndTheHelpHint) {
-  const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
-      {{"history", "--limit"}, "--limit needs a value"},
-      {{"status", "extra"}, "unexpected argument 'extra'"},
-      {{"junk", "--json=1"}, "unknown option '--json=1'"},
-      {{"history", "--limit", "0"}, "--limit expects a number ≥ 1, got '0'"},
-      {{"clean"}, "clean needs --safe (deletes the ✓ categories from `tidewarden junk`)"},
-      {{"projects", "clean"},
-       "projects clean needs --selected (runs every pre-selected item; see `tidewarden projects --selected`)"},
-      {{"git", "--yes"}, "--yes and --dry-run only apply to `git clean --selected`"},
-      {{"worktrees", "purge"}, "unknown worktrees subcommand 'purge' (expected 'clean')"},
-      {{"projects", "clean", "extra"}, "unexpected argument 'extra'"},
-      {{"trash", "list", "--yes"}, "--yes and --dry-run only apply to `trash empty`"},
-      {{"trash", "burn"}, "unknown trash subcommand 'burn' (expected 'list' or 'empty')"},
+TEST(CommandLine, MisuseExitsTwoWithTheMessageOnStandardErrorAndNothingElse) {
+  FakeHome home;
+  const auto misuse = [](const std::string& message) {
+    return "tidewarden: " + message + "\nRun 'tidewarden help' for usage.\n";
   };
-  for (const auto& [arguments, message] : cases) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+      {{"frobnicate"}, "tidewarden: unknown command 'frobnicate'\n" + usageText + "\n"},
+      {{"history", "--limit"}, misuse("--limit needs a value")},
+      {{"status", "extra"}, misuse("unexpected argument 'extra'")},
+      {{"scan", "a", "b"}, misuse("unexpected argument 'b'")},
+      {{"junk", "--json=1"}, misuse("unknown option '--json=1'")},
+      {{"status", "-frob"}, misuse("unknown option '-frob'")},
+      {{"history", "--limit", "0"}, misuse("--limit expects a number ≥ 1, got '0'")},
+      {{"scan", "--top", "many"}, misuse("--top expects a number ≥ 1, got 'many'")},
+      {{"scan", "--depth", "-1"}, misuse("--depth expects a number ≥ 0, got '-1'")},
+      {{"clean"}, misuse("clean needs --safe (deletes the ✓ categories from `tidewarden junk`)")},
+      {{"projects", "clean"},
+       misuse("projects clean needs --selected (runs every pre-selected item; see `tidewarden projects --selected`)")},
+      {{"git", "--yes"}, misuse("--yes and --dry-run only apply to `git clean --selected`")},
+      {{"worktrees", "purge"}, misuse("unknown worktrees subcommand 'purge' (expected 'clean')")},
+      {{"projects", "clean", "extra"}, misuse("unexpected argument 'extra'")},
+      {{"trash", "list", "--yes"}, misuse("--yes and --dry-run only apply to `trash empty`")},
+      {{"trash", "burn"}, misuse("unknown trash subcommand 'burn' (expected 'list' or 'empty')")},
+  };
+  for (const auto& [arguments, err] : cases) {
     const auto result = runTidewarden(arguments);
     EXPECT_EQ(result.code, 2) << arguments.front();
     EXPECT_EQ(result.out, "") << arguments.front();
-    EXPECT_EQ(result.err, "tidewarden: " + message + "\nRun 'tidewarden help' for usage.\n") << arguments.front();
+    EXPECT_EQ(result.err, err) << arguments.front();
   }
 }
 
-TEST_F(CommandLine, ABareStartOrADesktopArgumentMeansTheWindowedApp) {
+TEST(CommandLine, ABareStartOrADesktopArgumentMeansTheWindowedApp) {
+  FakeHome home;
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{}, {"-psn_0_12345"}, {"-NSDocumentRevisionsDebugMode", "YES"}, {"-AppleLanguages"}}) {
     const auto result = runTidewarden(arguments);
     EXPECT_EQ(result.code, 1);
     EXPECT_EQ(result.out, "");
     EXPECT_NE(result.err.find("windowed app is not in this build"), std::string::npos);
+  }
+}
+
+TEST(Args, DashesAreStrippedShortSpellingsMapAndDoubleDashEndsOptions) {
+  EXPECT_EQ(Args({"-y", "-n", "---json", "--safe"}, {"json", "safe", "dry-run", "yes"}, {}, 0).flags,
+            (std::set<std::string>{"yes", "dry-run", "json", "safe"}));
+  EXPECT_EQ(Args({"-", "--", "-weird-folder"}, {"json"}, {"top"}, 2).positional,
+            (std::vector<std::string>{"-", "-weird-folder"}));
+}
+
+TEST(Args, OptionValuesAttachedOrFollowingAndTheLastOneWins) {
+  const Args attached({"--limit=5"}, {"json"}, {"limit"}, 0);
+  EXPECT_EQ(attached.options, Args({"--limit", "5"}, {"json"}, {"limit"}, 0).options);
+  EXPECT_EQ(attached.number("limit", 20, 1), 5);
+  // The next word is the value whatever it looks like.
+  const Args dashValue({"--top", "-3", "--top=7", "--depth", "--json"}, {"json"}, {"top", "depth"}, 1);
+  EXPECT_EQ(dashValue.options.at("top"), "7");
+  EXPECT_EQ(dashValue.options.at("depth"), "--json");
+  EXPECT_TRUE(dashValue.flags.empty());
+}
+
+TEST(Args, NumbersAreDecimalIntegersAtLeastTheMinimum) {
+  const auto numberOf = [](const std::string& value) {
+    return Args({"--top", value}, {}, {"top"}, 0).number("top", 20, 1);
+  };
+  EXPECT_EQ(Args({}, {}, {"top"}, 0).number("top", 20, 1), 20);
+  EXPECT_EQ(numberOf("+12"), 12);
+  EXPECT_EQ(numberOf("9223372036854775807"), 9223372036854775807);
+  for (const char* bad : {"0", "-4", "", "12a", "1.5", " 3", "9223372036854775808", "+"}) {
+    EXPECT_EQ(usageErrorOf([&] { (void)numberOf(bad); }), std::string("--top expects a number ≥ 1, got '") + bad + "'")
+        << bad;
   }
 }
 

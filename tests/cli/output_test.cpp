@@ -1,19 +1,11 @@
 #include <gtest/gtest.h>
 
 #include "cli/cli.h"
+#include "core/text.h"
 #include "support/fake_home.h"
 
 namespace tw::CLI {
 namespace {
-
-std::vector<std::string> lines(const std::string& text) {
-  std::vector<std::string> result;
-  std::size_t start = 0;
-  for (std::size_t end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-    result.push_back(text.substr(start, end - start));
-  }
-  return result;
-}
 
 TEST(Table, ALeftAlignedLastColumnLeavesNoTrailingBlanks) {
   const auto text = formatTable({{"node_modules", "1.2 GB", "x"}, {"a", "3 KB", "longer last"}, {"b"}},
@@ -22,23 +14,17 @@ TEST(Table, ALeftAlignedLastColumnLeavesNoTrailingBlanks) {
             "  node_modules  1.2 GB  x\n"
             "  a               3 KB  longer last\n"
             "  b\n");
-  for (const auto& line : lines(text)) EXPECT_NE(line.back(), ' ');
+  for (const auto& line : splitLines(text)) EXPECT_NE(line.back(), ' ');
 }
 
-TEST(Table, ARightAlignedLastColumnGivesLinesOfEqualLength) {
-  const auto text =
-      formatTable({{"a", "1 byte"}, {"ünïcode", "12.3 MB"}, {"bb", "0 bytes"}}, {Align::left, Align::right});
-  const auto rows = lines(text);
-  ASSERT_EQ(rows.size(), 3u);
-  EXPECT_EQ(rows[1], "ünïcode  12.3 MB");
-  EXPECT_EQ(rows[0], "a         1 byte");
-}
-
-TEST(Table, NoRowsOrNoCellsPrintNothingAndBrokenNamesStayAligned) {
+TEST(Table, ARightAlignedLastColumnGivesLinesOfEqualLengthAndBrokenNamesStayAligned) {
+  EXPECT_EQ(formatTable({{"a", "1 byte"}, {"ünïcode", "12.3 MB"}, {"bb", "0 bytes"}}, {Align::left, Align::right}),
+            "a         1 byte\n"
+            "ünïcode  12.3 MB\n"
+            "bb       0 bytes\n");
+  EXPECT_EQ(formatTable({{"caf\xe9", "x"}, {"cafe", "y"}}), "caf\xEF\xBF\xBD  x\ncafe  y\n");
   EXPECT_EQ(formatTable({}), "");
   EXPECT_EQ(formatTable({{}, {}}), "");
-  const auto text = formatTable({{"caf\xe9", "x"}, {"cafe", "y"}});
-  EXPECT_EQ(text, "caf\xEF\xBF\xBD  x\ncafe  y\n");
 }
 
 TEST(Describe, EveryActionCase) {
@@ -64,18 +50,9 @@ TEST(ItemJSON, ElevenKeysWithNullsForAbsentValues) {
   item.badges = {{"mostly shared", Badge::Tone::info}};
   item.action = DevAction::removePaths({"/p/node_modules"});
   item.warning = "careful";
-  const auto json = itemJSON(item);
-  EXPECT_EQ(json.size(), 11u);
-  EXPECT_EQ(json["id"], "/p/\xEF\xBF\xBD");
-  EXPECT_EQ(json["size"], 2048);
-  EXPECT_TRUE(json["freeable"].is_null());
-  EXPECT_TRUE(json["restoreHint"].is_null());
-  EXPECT_TRUE(json["path"].is_null());
-  EXPECT_EQ(json["warning"], "careful");
-  EXPECT_EQ(json["badges"], nlohmann::json::array({"mostly shared"}));
-  EXPECT_EQ(json["selected"], false);
-  EXPECT_EQ(json["detail"], "");
-  EXPECT_EQ(json["action"], "delete /p/node_modules");
+  EXPECT_EQ(itemJSON(item), nlohmann::json::parse(R"({"id": "/p/\ufffd", "name": "node_modules", "detail": "",
+      "size": 2048, "freeable": null, "selected": false, "badges": ["mostly shared"], "warning": "careful",
+      "restoreHint": null, "path": null, "action": "delete /p/node_modules"})"));
 }
 
 TEST(OutputHelpers, PluralBadgesDecimalAndJson) {

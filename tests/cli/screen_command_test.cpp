@@ -13,12 +13,15 @@ class ScreenCommand : public ::testing::Test {
   RunResult sample(const std::vector<std::string>& arguments) {
     return runTidewarden(arguments, {{"TIDEWARDEN_SNAPSHOT", "1"}});
   }
+  nlohmann::json sampleJSON(const std::vector<std::string>& arguments) {
+    const auto result = sample(arguments);
+    EXPECT_EQ(result.code, 0) << result.err;
+    return nlohmann::json::parse(result.out);
+  }
 };
 
-TEST_F(ScreenCommand, JsonListHasTheScreenShapeAndValidItems) {
-  const auto result = sample({"projects", "--json"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  const auto json = nlohmann::json::parse(result.out);
+TEST_F(ScreenCommand, JsonListHasTheScreenShapeAndSelectedKeepsOnlyPreselectedItems) {
+  const auto json = sampleJSON({"projects", "--json"});
   EXPECT_EQ(json["provider"], "projects");
   EXPECT_TRUE(json["note"].is_null());
   ASSERT_FALSE(json["groups"].empty());
@@ -39,38 +42,33 @@ TEST_F(ScreenCommand, JsonListHasTheScreenShapeAndValidItems) {
   EXPECT_EQ(json["total"], total);
   EXPECT_EQ(json["selected"], selected);
   EXPECT_LT(selected, total);
-}
 
-TEST_F(ScreenCommand, SelectedKeepsOnlyPreselectedItemsAndGroupsThatStillHaveAny) {
-  const auto all = nlohmann::json::parse(sample({"projects", "--json"}).out);
-  const auto selected = nlohmann::json::parse(sample({"projects", "--selected", "--json"}).out);
-  EXPECT_LT(selected["groups"].size(), all["groups"].size());
-  for (const auto& group : selected["groups"]) {
+  // Groups left without pre-selected items drop out.
+  const auto onlySelected = sampleJSON({"projects", "--selected", "--json"});
+  EXPECT_LT(onlySelected["groups"].size(), json["groups"].size());
+  for (const auto& group : onlySelected["groups"]) {
     ASSERT_FALSE(group["items"].empty());
     for (const auto& item : group["items"]) EXPECT_TRUE(item["selected"].get<bool>());
   }
-  EXPECT_EQ(selected["total"], all["selected"]);
+  EXPECT_EQ(onlySelected["total"], json["selected"]);
 }
 
 TEST_F(ScreenCommand, TextListShowsGroupsItemsMarksTotalAndHint) {
   const auto result = sample({"projects"});
   ASSERT_EQ(result.code, 0);
   EXPECT_TRUE(result.out.starts_with("Projects  (columns: space freed, apparent size) pre-selected [x]\n"));
-  EXPECT_NE(result.out.find("[untouched 30+ days]"), std::string::npos);
-  EXPECT_NE(result.out.find("  [x]"), std::string::npos);
-  EXPECT_NE(result.out.find("  [ ]"), std::string::npos);
-  EXPECT_NE(result.out.find("\nTotal "), std::string::npos);
+  for (const char* part : {"[untouched 30+ days]", "  [x]", "  [ ]", "\nTotal "}) {
+    EXPECT_NE(result.out.find(part), std::string::npos) << part;
+  }
   EXPECT_TRUE(result.out.ends_with("Preview cleanup with `tidewarden projects clean --selected --dry-run`.\n"));
 }
 
-TEST_F(ScreenCommand, CleanWithoutYesPreviewsRunsNothingAndExitsOne) {
-  const auto result = sample({"projects", "clean", "--selected"});
-  EXPECT_EQ(result.code, 1);
-  EXPECT_TRUE(result.out.starts_with("Will run 4 actions, freeing about ")) << result.out;
-  EXPECT_EQ(result.err, "\nNothing was deleted. Re-run with --yes to run them, or --dry-run to preview.\n");
-}
+TEST_F(ScreenCommand, CleanPreviewsWithoutYesDryRunWinsOverYesAndYesRunsEveryPreselectedAction) {
+  const auto preview = sample({"projects", "clean", "--selected"});
+  EXPECT_EQ(preview.code, 1);
+  EXPECT_TRUE(preview.out.starts_with("Will run 4 actions, freeing about ")) << preview.out;
+  EXPECT_EQ(preview.err, "\nNothing was deleted. Re-run with --yes to run them, or --dry-run to preview.\n");
 
-TEST_F(ScreenCommand, DryRunWinsOverYes) {
   for (const auto& arguments : {std::vector<std::string>{"projects", "clean", "--selected", "--dry-run"},
                                 {"projects", "clean", "--selected", "-n", "-y"}}) {
     const auto result = sample(arguments);
@@ -78,31 +76,19 @@ TEST_F(ScreenCommand, DryRunWinsOverYes) {
     EXPECT_TRUE(result.out.starts_with("Would run 4 actions")) << result.out;
     EXPECT_EQ(result.err, "");
   }
-  const auto json = nlohmann::json::parse(sample({"projects", "clean", "--selected", "-n", "-y", "--json"}).out);
-  EXPECT_EQ(json["dryRun"], true);
-  EXPECT_EQ(json["confirmed"], false);
-  EXPECT_EQ(json["count"], 4);
-  EXPECT_EQ(json["items"].size(), 4u);
-  EXPECT_EQ(json["items"][0]["action"], "custom action");
-  EXPECT_GT(json["wouldFree"].get<std::int64_t>(), 0);
-}
+  const auto dryRun = sampleJSON({"projects", "clean", "--selected", "-n", "-y", "--json"});
+  EXPECT_EQ(dryRun["dryRun"], true);
+  EXPECT_EQ(dryRun["confirmed"], false);
+  EXPECT_EQ(dryRun["count"], 4);
+  EXPECT_EQ(dryRun["items"].size(), 4u);
+  EXPECT_EQ(dryRun["items"][0]["action"], "custom action");
+  EXPECT_GT(dryRun["wouldFree"].get<std::int64_t>(), 0);
 
-TEST_F(ScreenCommand, YesRunsEveryPreselectedActionAndSummarises) {
-  const auto result = sample({"projects", "clean", "--selected", "--yes", "--json"});
-  ASSERT_EQ(result.code, 0) << result.out << result.err;
-  const auto json = nlohmann::json::parse(result.out);
-  EXPECT_EQ(json["done"], 4);
-  EXPECT_EQ(json["failed"], nlohmann::json::array());
-  EXPECT_EQ(json["confirmed"], true);
-  const auto preview = nlohmann::json::parse(sample({"projects", "clean", "--selected", "-n", "--json"}).out);
-  EXPECT_EQ(json["freed"], preview["wouldFree"]);
-}
-
-TEST_F(ScreenCommand, NothingPreselectedIsNothingToDo) {
-  // An empty home holds no projects.
-  const auto result = runTidewarden({"projects", "clean", "--selected", "--yes"});
-  EXPECT_EQ(result.code, 0);
-  EXPECT_EQ(result.out, "No pre-selected Projects items. Nothing to do.\n");
+  const auto done = sampleJSON({"projects", "clean", "--selected", "--yes", "--json"});
+  EXPECT_EQ(done["done"], 4);
+  EXPECT_EQ(done["failed"], nlohmann::json::array());
+  EXPECT_EQ(done["confirmed"], true);
+  EXPECT_EQ(done["freed"], dryRun["wouldFree"]);
 }
 
 }  // namespace

@@ -20,17 +20,14 @@ TEST(ByteFormatter, UsesDecimalUnitsWithTheirOwnPrecision) {
   EXPECT_EQ(byteFormatter(1'500'000'000), "1.5 GB");
   EXPECT_EQ(byteFormatter(1'234'567'890), "1.23 GB");
   EXPECT_EQ(byteFormatter(2'000'000'000'000), "2 TB");
-}
-
-TEST(ByteFormatter, AValueThatRoundsUpToAThousandMovesToTheNextUnit) {
+  EXPECT_EQ(byteFormatter(-1'500'000), "-1.5 MB");
+  // A value that rounds up to a thousand of one unit is one of the next.
   EXPECT_EQ(byteFormatter(999'499), "999 KB");
   EXPECT_EQ(byteFormatter(999'500), "1 MB");
   EXPECT_EQ(byteFormatter(999'950'000), "1 GB");
   EXPECT_EQ(byteFormatter(999'994'999'999), "999.99 GB");
   EXPECT_EQ(byteFormatter(999'995'000'000), "1 TB");
 }
-
-TEST(ByteFormatter, NegativeSizesKeepTheirSign) { EXPECT_EQ(byteFormatter(-1'500'000), "-1.5 MB"); }
 
 TEST(Ago, ShortRelativeAges) {
   const Date now = dateFromSeconds(1'800'000'000);

@@ -30,40 +30,34 @@ DevGroupPtr group(std::string id, std::vector<DevItem> items, std::optional<Date
   return result;
 }
 
-std::vector<std::string> recordChanges(DevGroup& observed, const std::function<void()>& change) {
-  std::vector<std::string> seen;
-  const int token = observed.observe([&](std::string_view property) { seen.emplace_back(property); });
-  change();
-  observed.unobserve(token);
-  return seen;
-}
-
-TEST(DevGroup, TotalCountsFreeableBytesNotSizesAndUnknownAsZero) {
-  const auto unknown = group("g", {item("a", 500, std::nullopt), item("b", 900, std::nullopt)});
-  EXPECT_EQ(unknown->total(), 0);
-  const auto mixed = group("h", {item("a", 500, 100), item("b", 900, std::nullopt), item("c", 10, 7)});
-  EXPECT_EQ(mixed->total(), 107);
-}
-
-TEST(DevGroup, BadgesNotifyOnlyWhenTextOrToneDiffers) {
+TEST(DevGroup, SettersNotifyOnlyWhenTheValueReallyChanges) {
   DevGroup observed("g", "G", "", "folder");
   const std::vector<Badge> stale{{"stale", Badge::Tone::warn}, {"large", Badge::Tone::info}};
-  EXPECT_EQ(recordChanges(observed, [&] { observed.setBadges(stale); }), std::vector<std::string>{"badges"});
-  EXPECT_TRUE(recordChanges(observed, [&] { observed.setBadges(stale); }).empty());
   auto retoned = stale;
   retoned[1].tone = Badge::Tone::danger;
-  EXPECT_EQ(recordChanges(observed, [&] { observed.setBadges(retoned); }).size(), 1u);
-  EXPECT_EQ(recordChanges(observed, [&] { observed.setBadges({}); }).size(), 1u);
-}
-
-TEST(DevGroup, NoteNotifiesOnTextOrPresenceChangeAndItemsOnEveryAssignment) {
-  DevGroup observed("g", "G", "", "folder");
-  EXPECT_TRUE(recordChanges(observed, [&] { observed.setNote(std::nullopt); }).empty());
-  EXPECT_EQ(recordChanges(observed, [&] { observed.setNote(""); }).size(), 1u);
-  EXPECT_TRUE(recordChanges(observed, [&] { observed.setNote(""); }).empty());
-  EXPECT_EQ(recordChanges(observed, [&] { observed.setNote("other"); }).size(), 1u);
-  EXPECT_EQ(recordChanges(observed, [&] { observed.setItems({}); }), std::vector<std::string>{"items"});
-  EXPECT_EQ(recordChanges(observed, [&] { observed.setItems({}); }), std::vector<std::string>{"items"});
+  const std::vector<std::pair<std::function<void()>, std::vector<std::string>>> steps{
+      {[&] { observed.setBadges(stale); }, {"badges"}},
+      {[&] { observed.setBadges(stale); }, {}},  // equal text and tone
+      {[&] { observed.setBadges(retoned); }, {"badges"}},
+      {[&] {
+         observed.setBadges({{"old", Badge::Tone::warn}, retoned[1]});
+       },
+       {"badges"}},
+      {[&] { observed.setBadges({}); }, {"badges"}},
+      {[&] { observed.setNote(std::nullopt); }, {}},
+      {[&] { observed.setNote(""); }, {"note"}},  // presence alone is a change
+      {[&] { observed.setNote(""); }, {}},
+      {[&] { observed.setNote("other"); }, {"note"}},
+      {[&] { observed.setItems({}); }, {"items"}},  // items notify on every assignment
+      {[&] { observed.setItems({}); }, {"items"}},
+  };
+  for (std::size_t step = 0; step < steps.size(); ++step) {
+    std::vector<std::string> seen;
+    const int token = observed.observe([&](std::string_view property) { seen.emplace_back(property); });
+    steps[step].first();
+    observed.unobserve(token);
+    EXPECT_EQ(seen, steps[step].second) << "step " << step;
+  }
 }
 
 class PaneTest : public ::testing::Test {

@@ -26,29 +26,19 @@ TEST(Settings, RegisteredDefaultsAnswerUntilAValueIsStoredAndTheFileSurvivesARel
   EXPECT_EQ(settings.integer("lowSpaceGB"), 20);
 }
 
-TEST(Settings, ADamagedFileReadsAsDefaultsAndIsKeptAsBad) {
-  test::FakeHome home;
-  const std::string damaged = "{\"projectRoots\": [\"/x\"";
-  test::writeFile(settingsFilePath(), damaged);
-  auto& settings = Settings::shared();
-  EXPECT_FALSE(settings.value("projectRoots").has_value());
-  EXPECT_EQ(test::readFile(settingsFilePath() + ".bad"), damaged);
+TEST(Settings, ADamagedEmptyNonObjectOrNonUtf8FileReadsAsDefaultsAndIsKeptAsBad) {
+  for (const std::string& damaged : {std::string("{\"projectRoots\": [\"/x\""), std::string(), std::string("[1, 2, 3]"),
+                                     std::string("{\"projectRoots\": [\"/caf\xe9\"]}"), std::string(100000, '[')}) {
+    test::FakeHome home;
+    test::writeFile(settingsFilePath(), damaged);
+    auto& settings = Settings::shared();
+    EXPECT_FALSE(settings.value("projectRoots").has_value()) << damaged.substr(0, 40);
+    EXPECT_EQ(test::readFile(settingsFilePath() + ".bad"), damaged);
 
-  settings.set("menuBarEnabled", false);
-  EXPECT_EQ(test::readFile(settingsFilePath() + ".bad"), damaged);
-  EXPECT_FALSE(nlohmann::json::parse(test::readFile(settingsFilePath()))["menuBarEnabled"].get<bool>());
-}
-
-TEST(Settings, ANonObjectOrNonUtf8FileIsTreatedAsDamaged) {
-  test::FakeHome home;
-  test::writeFile(settingsFilePath(), "[1, 2, 3]");
-  EXPECT_FALSE(Settings::shared().value("anything").has_value());
-  EXPECT_TRUE(test::exists(settingsFilePath() + ".bad"));
-
-  test::FakeHome other;
-  test::writeFile(settingsFilePath(), "{\"projectRoots\": [\"/caf\xe9\"]}");
-  EXPECT_FALSE(Settings::shared().value("projectRoots").has_value());
-  EXPECT_TRUE(test::exists(settingsFilePath() + ".bad"));
+    settings.set("menuBarEnabled", false);
+    EXPECT_EQ(test::readFile(settingsFilePath() + ".bad"), damaged);
+    EXPECT_FALSE(nlohmann::json::parse(test::readFile(settingsFilePath()))["menuBarEnabled"].get<bool>());
+  }
 }
 
 TEST(DevSettings, ProjectRootsFallBackToHomeOnlyWhenTheKeyIsAbsent) {

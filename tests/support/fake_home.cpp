@@ -99,6 +99,12 @@ void writeFile(const std::string& path, const std::string& contents) {
   out << contents;
 }
 
+std::string writeExecutable(const std::string& path, const std::string& script) {
+  writeFile(path, script);
+  check(::chmod(path.c_str(), 0755) == 0, "chmod " + path);
+  return path;
+}
+
 void writeFilledFile(const std::string& path, std::int64_t size, char fill) {
   writeFile(path, std::string(static_cast<std::size_t>(size), fill));
 }

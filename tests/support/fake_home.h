@@ -41,6 +41,24 @@ void setModificationTime(const std::string& path, std::int64_t secondsAgo);
 [[nodiscard]] std::string readFile(const std::string& path);
 void removeTree(const std::string& path);
 [[nodiscard]] std::string makeTempFolder(const std::string& prefix = "tw-test");
+// Writes a script and makes it executable; returns its path.
+std::string writeExecutable(const std::string& path, const std::string& script);
+
+// A temporary folder of its own (outside any fake home), removed with its contents when
+// the object goes.
+class TempFolder {
+ public:
+  explicit TempFolder(const std::string& prefix = "tw-outside") : path_(makeTempFolder(prefix)) {}
+  ~TempFolder() { removeTree(path_); }
+  TempFolder(const TempFolder&) = delete;
+  TempFolder& operator=(const TempFolder&) = delete;
+
+  [[nodiscard]] const std::string& path() const { return path_; }
+  [[nodiscard]] std::string operator/(const std::string& relative) const { return path_ + "/" + relative; }
+
+ private:
+  std::string path_;
+};
 
 struct RunResult {
   int code = -1;

@@ -5,6 +5,8 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include "support/fake_home.h"
+
 namespace tw::test {
 
 bool enforceFilePermissions() {
@@ -26,6 +28,16 @@ bool enforceFilePermissions() {
     slot.inheritable &= ~bit;
   }
   return ::syscall(SYS_capset, &header, data) == 0;
+}
+
+ImmutableFolder::ImmutableFolder(std::string path) : path_(std::move(path)) {
+  const RunResult result = runProcess({"chattr", "+i", path_});
+  ok_ = result.code == 0;
+  reason_ = result.err;
+}
+
+ImmutableFolder::~ImmutableFolder() {
+  if (ok_) (void)runProcess({"chattr", "-i", path_});
 }
 
 }  // namespace tw::test
