@@ -102,6 +102,24 @@ inline void settle(TrashModel& model, QueueDispatcher& queue) {
                              std::chrono::seconds{60}));
 }
 
+// A model of the Trash folders inside `home`, loaded and measured before the test looks.
+struct LoadedTrash {
+  explicit LoadedTrash(const FakeHome& home) : model(queue.dispatcher(), trashesUnder(home.path())) { reload(); }
+  void reload() {
+    model.load();
+    settle(model, queue);
+  }
+  // Runs one of the model's actions (deleteItems, putBack...) to its end and reloads.
+  void perform(const std::function<void(std::function<void()>)>& action) {
+    bool done = false;
+    action([&] { done = true; });
+    ASSERT_TRUE(queue.runUntil([&] { return done; }, std::chrono::seconds{60}));
+    settle(model, queue);
+  }
+  QueueDispatcher queue;
+  TrashModel model;
+};
+
 inline const TrashItem* itemNamed(const std::vector<TrashItem>& items, const std::string& name) {
   for (const auto& item : items) {
     if (item.name == name) return &item;
@@ -134,6 +152,14 @@ inline void giveToNobody(const std::string& path) {
       path.c_str(),
       [](const char* entry, const struct stat*, int, struct FTW*) { return ::lchown(entry, nobody, nobody); }, 16,
       FTW_PHYS);
+}
+
+// Runs the command as "nobody" when this test runs as root, otherwise as this user.
+inline RunResult runTidewardenUnprivileged(const std::vector<std::string>& args) {
+  if (::getuid() != 0) return runTidewarden(args);
+  std::vector<std::string> command{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", TIDEWARDEN_BINARY};
+  command.insert(command.end(), args.begin(), args.end());
+  return runProcess(command);
 }
 
 // A tmpfs mounted in a private mount namespace of this test process (so nothing outside

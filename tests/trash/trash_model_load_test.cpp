@@ -10,46 +10,35 @@
 
 namespace tw::test {
 
-TEST(TrashModelLoad, ListsTheHomeTrashWithOriginsAndDates) {
+TEST(TrashModelLoad, ListsTheHomeTrashWithOriginsAndDatesButNotTheFindersOwnFiles) {
   FakeHome home;
   const Date deleted = daysAgo(3);
   placeInHomeTrash(home, "report.pdf", trashInfoText(home / "Documents/My%20Report.pdf", deleted), 4096);
   placeInHomeTrash(home, "orphan.bin", std::nullopt, 100);
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
+  placeInHomeTrash(home, ".localized", std::nullopt, 0);
+  placeInHomeTrash(home, ".DS_Store", std::nullopt, 10);
+  placeInHomeTrash(home, ".hidden-but-mine", std::nullopt, 10);
 
-  model.load();
-  settle(model, queue);
+  LoadedTrash trash(home);
 
-  ASSERT_EQ(model.items().size(), 2u);
-  const TrashItem* report = itemNamed(model.items(), "report.pdf");
+  const auto& items = trash.model.items();
+  ASSERT_EQ(items.size(), 3u);
+  const TrashItem* report = itemNamed(items, "report.pdf");
   ASSERT_NE(report, nullptr);
   EXPECT_EQ(report->path, homeTrashFiles(home) + "/report.pdf");
   EXPECT_EQ(report->origin, home / "Documents/My Report.pdf");
   EXPECT_EQ(report->trashed, deleted);
   EXPECT_FALSE(report->isDir);
   EXPECT_GE(report->size.value_or(0), 4096);
-  const TrashItem* orphan = itemNamed(model.items(), "orphan.bin");
+  const TrashItem* orphan = itemNamed(items, "orphan.bin");
   ASSERT_NE(orphan, nullptr);
   EXPECT_FALSE(orphan->origin);
   EXPECT_FALSE(orphan->trashed);
-  EXPECT_FALSE(model.denied());
-  EXPECT_EQ(model.total(), report->size.value_or(0) + orphan->size.value_or(0));
-}
-
-TEST(TrashModelLoad, HidesTheFindersOwnFiles) {
-  FakeHome home;
-  placeInHomeTrash(home, ".localized", std::nullopt, 0);
-  placeInHomeTrash(home, ".DS_Store", std::nullopt, 10);
-  placeInHomeTrash(home, ".hidden-but-mine", std::nullopt, 10);
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-
-  model.load();
-  settle(model, queue);
-
-  ASSERT_EQ(model.items().size(), 1u);
-  EXPECT_EQ(model.items()[0].name, ".hidden-but-mine");
+  ASSERT_NE(itemNamed(items, ".hidden-but-mine"), nullptr);
+  EXPECT_FALSE(trash.model.denied());
+  std::int64_t total = 0;
+  for (const auto& item : items) total += item.size.value_or(0);
+  EXPECT_EQ(trash.model.total(), total);
 }
 
 TEST(TrashModelLoad, MeasuresFoldersInTheBackgroundAndAnnouncesIt) {
@@ -86,50 +75,34 @@ TEST(TrashModelLoad, SelectionKeepsOnlyPathsThatAreStillThere) {
   FakeHome home;
   const std::string kept = placeInHomeTrash(home, "kept.txt", std::nullopt);
   const std::string gone = placeInHomeTrash(home, "gone.txt", std::nullopt);
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-  model.load();
-  settle(model, queue);
-  model.setSelection({kept, gone});
-  ASSERT_EQ(model.selectedItems().size(), 2u);
+  LoadedTrash trash(home);
+  trash.model.setSelection({kept, gone});
+  ASSERT_EQ(trash.model.selectedItems().size(), 2u);
 
   ASSERT_EQ(::unlink(gone.c_str()), 0);
-  model.load();
-  settle(model, queue);
+  trash.reload();
 
-  EXPECT_EQ(model.selection(), std::set<std::string>{kept});
-  ASSERT_EQ(model.selectedItems().size(), 1u);
-  EXPECT_EQ(model.selectedItems()[0].path, kept);
+  EXPECT_EQ(trash.model.selection(), std::set<std::string>{kept});
+  ASSERT_EQ(trash.model.selectedItems().size(), 1u);
+  EXPECT_EQ(trash.model.selectedItems()[0].path, kept);
 }
 
-TEST(TrashModelLoad, AnUnreadableHomeTrashIsDeniedNotEmpty) {
+TEST(TrashModelLoad, ATrashNeverUsedIsEmptyButOneThatIsALinkIsDenied) {
   FakeHome home;
+  LoadedTrash trash(home);
+  EXPECT_TRUE(trash.model.loaded());
+  EXPECT_FALSE(trash.model.denied());
+  EXPECT_TRUE(trash.model.items().empty());
+
   // A link where the Trash should be is never followed, so the Trash cannot be read.
   const std::string elsewhere = home.folder("elsewhere");
   writeFile(elsewhere + "/secret.txt", "x");
   makeFolders(home / ".local/share/Trash");
   ASSERT_EQ(::symlink(elsewhere.c_str(), homeTrashFiles(home).c_str()), 0);
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
+  trash.reload();
 
-  model.load();
-  settle(model, queue);
-
-  EXPECT_TRUE(model.denied());
-  EXPECT_TRUE(model.items().empty());
-}
-
-TEST(TrashModelLoad, ATrashNeverUsedIsEmptyAndNotDenied) {
-  FakeHome home;
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-
-  model.load();
-  settle(model, queue);
-
-  EXPECT_TRUE(model.loaded());
-  EXPECT_FALSE(model.denied());
-  EXPECT_TRUE(model.items().empty());
+  EXPECT_TRUE(trash.model.denied());
+  EXPECT_TRUE(trash.model.items().empty());
 }
 
 TEST(TrashModelLoad, DamagedInfoFilesLeaveOnlyWhatTheyCannotTell) {
@@ -140,63 +113,19 @@ TEST(TrashModelLoad, DamagedInfoFilesLeaveOnlyWhatTheyCannotTell) {
   placeInHomeTrash(home, "bad-escape", "[Trash Info]\nPath=/tmp/50%\nDeletionDate=" + localTimestamp(deleted) + "\n");
   placeInHomeTrash(home, "relative", "[Trash Info]\nPath=Music/song.ogg\n");
   placeInHomeTrash(home, "binary", std::string("\0\xff\xfe[Trash Info]\n\x80", 17));
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
 
-  model.load();
-  settle(model, queue);
+  LoadedTrash trash(home);
 
-  ASSERT_EQ(model.items().size(), 5u);
-  EXPECT_FALSE(itemNamed(model.items(), "no-path")->origin);
-  EXPECT_EQ(itemNamed(model.items(), "no-path")->trashed, deleted);
-  EXPECT_EQ(itemNamed(model.items(), "bad-date")->origin, "/tmp/bad-date");
-  EXPECT_FALSE(itemNamed(model.items(), "bad-date")->trashed);
-  EXPECT_FALSE(itemNamed(model.items(), "bad-escape")->origin);
+  const auto& items = trash.model.items();
+  ASSERT_EQ(items.size(), 5u);
+  EXPECT_FALSE(itemNamed(items, "no-path")->origin);
+  EXPECT_EQ(itemNamed(items, "no-path")->trashed, deleted);
+  EXPECT_EQ(itemNamed(items, "bad-date")->origin, "/tmp/bad-date");
+  EXPECT_FALSE(itemNamed(items, "bad-date")->trashed);
+  EXPECT_FALSE(itemNamed(items, "bad-escape")->origin);
   // The home Trash's relative paths start at the data folder that holds it.
-  EXPECT_EQ(itemNamed(model.items(), "relative")->origin, home / ".local/share/Music/song.ogg");
-  EXPECT_FALSE(itemNamed(model.items(), "binary")->origin);
-}
-
-TEST(TrashModelLoad, AnItemThatCannotBeReadIsListedWithWhatIsKnown) {
-  FakeHome home;
-  const Date deleted = daysAgo(2);
-  writeFilledFile(homeTrashFiles(home) + "/locked/inside", 50'000);
-  makeFolders(homeTrashInfo(home));
-  writeFile(homeTrashInfo(home) + "/locked.trashinfo", trashInfoText("/srv/locked", deleted));
-  giveToNobody(home.path());
-  ASSERT_EQ(::chmod((homeTrashFiles(home) + "/locked").c_str(), 0), 0);
-
-  const int outcome = asNobody([&] {
-    QueueDispatcher queue;
-    TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-    model.load();
-    if (!queue.runUntil([&] { return model.loaded() && !model.sizing(); }, std::chrono::seconds{30})) return 1;
-    if (model.denied() || model.items().size() != 1) return 2;
-    const TrashItem& item = model.items()[0];
-    if (item.origin != "/srv/locked" || item.trashed != deleted || !item.isDir) return 3;
-    // Nothing inside could be seen, so the measured size is what little was visible.
-    if (!item.size || *item.size >= 50'000) return 4;
-    return 0;
-  });
-
-  EXPECT_EQ(outcome, 0);
-}
-
-TEST(TrashModelLoad, AHomeTrashWithoutReadPermissionIsDenied) {
-  FakeHome home;
-  placeInHomeTrash(home, "a.txt", std::nullopt);
-  giveToNobody(home.path());
-  ASSERT_EQ(::chmod(homeTrashFiles(home).c_str(), 0), 0);
-
-  const int outcome = asNobody([&] {
-    QueueDispatcher queue;
-    TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-    model.load();
-    if (!queue.runUntil([&] { return model.loaded(); }, std::chrono::seconds{30})) return 1;
-    return model.denied() && model.items().empty() ? 0 : 2;
-  });
-
-  EXPECT_EQ(outcome, 0);
+  EXPECT_EQ(itemNamed(items, "relative")->origin, home / ".local/share/Music/song.ogg");
+  EXPECT_FALSE(itemNamed(items, "binary")->origin);
 }
 
 TEST(TrashModelLoad, ResultsArrivingAfterTheModelIsGoneAreDropped) {

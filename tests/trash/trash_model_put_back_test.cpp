@@ -5,70 +5,31 @@
 #include "trash/trash_model.h"
 
 namespace tw::test {
-namespace {
 
-void putBackAndSettle(TrashModel& model, QueueDispatcher& queue, std::vector<TrashItem> items) {
-  bool completed = false;
-  model.putBack(std::move(items), [&] { completed = true; });
-  ASSERT_TRUE(queue.runUntil([&] { return completed; }, std::chrono::seconds{60}));
-  settle(model, queue);
-}
-
-}  // namespace
-
-TEST(TrashModelPutBack, MovesItemsHomeCreatingTheirFolderAndDropsTheInfoFile) {
+TEST(TrashModelPutBack, MovesItemsHomeBesideWhatIsThereNowAndNamesThoseWithoutAnOrigin) {
   FakeHome home;
   placeInHomeTrash(home, "thesis.tex", trashInfoText(home / "Papers/2024/thesis.tex", daysAgo(1)));
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-  model.load();
-  settle(model, queue);
-
-  putBackAndSettle(model, queue, model.items());
-
-  EXPECT_TRUE(exists(home / "Papers/2024/thesis.tex"));
-  EXPECT_FALSE(exists(homeTrashFiles(home) + "/thesis.tex"));
-  EXPECT_FALSE(exists(homeTrashInfo(home) + "/thesis.tex.trashinfo"));
-  EXPECT_TRUE(model.items().empty());
-  EXPECT_EQ(model.message(), "Put back 1 item.");
-}
-
-TEST(TrashModelPutBack, NeverReplacesWhatIsNowAtTheOrigin) {
-  FakeHome home;
   home.fileWithContents("Desktop/notes.txt", "new notes");
   home.fileWithContents("Desktop/notes 2.txt", "another");
   placeInHomeTrash(home, "notes.txt", trashInfoText(home / "Desktop/notes.txt", daysAgo(1)), 42);
   home.fileWithContents("Desktop/.bashrc", "current");
   placeInHomeTrash(home, ".bashrc", trashInfoText(home / "Desktop/.bashrc", daysAgo(1)), 7);
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-  model.load();
-  settle(model, queue);
+  placeInHomeTrash(home, "mystery.bin", std::nullopt);
+  LoadedTrash trash(home);
 
-  putBackAndSettle(model, queue, model.items());
+  trash.perform([&](auto done) { trash.model.putBack(trash.model.items(), done); });
 
+  EXPECT_TRUE(exists(home / "Papers/2024/thesis.tex"));
+  EXPECT_FALSE(exists(homeTrashFiles(home) + "/thesis.tex"));
+  EXPECT_FALSE(exists(homeTrashInfo(home) + "/thesis.tex.trashinfo"));
   EXPECT_EQ(readFile(home / "Desktop/notes.txt"), "new notes");
   EXPECT_EQ(readFile(home / "Desktop/notes 2.txt"), "another");
   EXPECT_EQ(readFile(home / "Desktop/notes 3.txt").size(), 42u);
   EXPECT_EQ(readFile(home / "Desktop/.bashrc"), "current");
   EXPECT_EQ(readFile(home / "Desktop/.bashrc 2").size(), 7u);
-  EXPECT_EQ(model.message(), "Put back 2 items.");
-}
-
-TEST(TrashModelPutBack, ItemsWithoutAnOriginStayAndAreNamed) {
-  FakeHome home;
-  placeInHomeTrash(home, "mystery.bin", std::nullopt);
-  placeInHomeTrash(home, "known.txt", trashInfoText(home / "known.txt", daysAgo(1)));
-  QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-  model.load();
-  settle(model, queue);
-
-  putBackAndSettle(model, queue, model.items());
-
-  EXPECT_TRUE(exists(homeTrashFiles(home) + "/mystery.bin"));
-  EXPECT_TRUE(exists(home / "known.txt"));
-  EXPECT_EQ(model.message(), "Couldn't restore: mystery.bin (no original location recorded). Put back 1 item.");
+  ASSERT_EQ(trash.model.items().size(), 1u);
+  EXPECT_EQ(trash.model.items()[0].name, "mystery.bin");
+  EXPECT_EQ(trash.model.message(), "Couldn't restore: mystery.bin (no original location recorded). Put back 3 items.");
 }
 
 TEST(TrashModelPutBack, IgnoresItemsOutsideTheTrash) {
