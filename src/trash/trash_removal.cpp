@@ -47,7 +47,6 @@ Slot removeOne(const TrashItem& item, const TrashDir& dir) {
     return slot;
   }
   forgetTrashRecords(dir, item.name);
-  History::record("Trash", item.name, slot.freed, std::nullopt);
   slot.outcome = Outcome::removed;
   return slot;
 }
@@ -78,6 +77,9 @@ TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vec
     const TrashItem& item = work[index].first;
     switch (slots[index].outcome) {
       case Outcome::removed:
+        // Recorded here, one after another: recordings racing from worker threads can
+        // read the same old log and drop each other's entries.
+        History::record("Trash", item.name, slots[index].freed, std::nullopt);
         result.removed.push_back(item);
         result.removed.back().freeable = slots[index].freed;
         result.freed += slots[index].freed;
