@@ -41,16 +41,15 @@ Args::Args(const std::vector<std::string>& arguments, const std::set<std::string
   for (std::size_t index = 0; index < arguments.size(); ++index) {
     const std::string& word = arguments[index];
     if (word == "--") {
-      positional.insert(positional.end(), arguments.begin() + static_cast<std::ptrdiff_t>(index) + 1,
-                        arguments.end());
+      positional.insert(positional.end(), arguments.begin() + static_cast<std::ptrdiff_t>(index) + 1, arguments.end());
       break;
     }
     if (word.size() < 2 || word.front() != '-') {
       positional.push_back(word);
       continue;
     }
-    std::string name = word.substr(word.find_first_not_of('-') == std::string::npos ? word.size()
-                                                                                     : word.find_first_not_of('-'));
+    std::string name =
+        word.substr(word.find_first_not_of('-') == std::string::npos ? word.size() : word.find_first_not_of('-'));
     std::optional<std::string> attached;
     if (const std::size_t equals = name.find('='); equals != std::string::npos) {
       attached = name.substr(equals + 1);

@@ -1,7 +1,7 @@
+#include <unistd.h>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <unistd.h>
 
 #include "cli/cli.h"
 #include "core/format.h"

@@ -57,10 +57,14 @@ nlohmann::json groupJSON(const DevGroup& group) {
   for (const auto& badge : group.badges()) badges.push_back(printable(badge.text));
   nlohmann::json items = nlohmann::json::array();
   for (const auto& item : group.items()) items.push_back(itemJSON(item));
-  return {{"id", printable(group.id)},       {"title", printable(group.title)},
-          {"subtitle", printable(group.subtitle)}, {"badges", badges},
-          {"lastActive", jsonDate(group.lastActive)}, {"note", jsonString(group.note())},
-          {"items", items},                  {"total", group.total()}};
+  return {{"id", printable(group.id)},
+          {"title", printable(group.title)},
+          {"subtitle", printable(group.subtitle)},
+          {"badges", badges},
+          {"lastActive", jsonDate(group.lastActive)},
+          {"note", jsonString(group.note())},
+          {"items", items},
+          {"total", group.total()}};
 }
 
 void printListText(const std::string& screen, const std::vector<DevGroupPtr>& groups,
@@ -113,11 +117,17 @@ int preview(const std::string& screen, const std::vector<DevItem>& items, const 
   }
   if (args.json()) {
     nlohmann::json list = nlohmann::json::array();
-    for (const auto& item : items) list.push_back({{"name", printable(item.name)}, {"action", printable(describe(item.action))}});
+    for (const auto& item : items)
+      list.push_back({{"name", printable(item.name)}, {"action", printable(describe(item.action))}});
     nlohmann::json warningList = nlohmann::json::array();
     for (const auto& warning : warnings) warningList.push_back(printable(warning));
-    emit({{"dryRun", dryRun}, {"confirmed", false}, {"wouldFree", total}, {"count", items.size()},
-          {"provider", screen}, {"warnings", warningList}, {"items", list}});
+    emit({{"dryRun", dryRun},
+          {"confirmed", false},
+          {"wouldFree", total},
+          {"count", items.size()},
+          {"provider", screen},
+          {"warnings", warningList},
+          {"items", list}});
   } else {
     std::printf("%s %s, freeing about %s:\n", dryRun ? "Would run" : "Will run",
                 plural(static_cast<std::int64_t>(items.size()), "action").c_str(), byteFormatter(total).c_str());
@@ -137,8 +147,12 @@ int clean(const std::string& screen, const ProviderResult& result, const Args& a
   const auto items = preselected(result.groups);
   if (items.empty()) {
     if (args.json()) {
-      emit({{"dryRun", args.has("dry-run")}, {"confirmed", args.has("yes")}, {"freed", 0}, {"done", 0},
-            {"failed", nlohmann::json::array()}, {"provider", screen}});
+      emit({{"dryRun", args.has("dry-run")},
+            {"confirmed", args.has("yes")},
+            {"freed", 0},
+            {"done", 0},
+            {"failed", nlohmann::json::array()},
+            {"provider", screen}});
     } else {
       std::printf("No pre-selected %s items. Nothing to do.\n", printable(screenTitle(screen)).c_str());
     }
@@ -149,23 +163,30 @@ int clean(const std::string& screen, const ProviderResult& result, const Args& a
   std::atomic<std::size_t> finished{0};
   std::int64_t freed = 0;
   std::vector<Failure> failures;
-  busy(args.json(), [&] { return std::to_string(finished.load()) + "/" + std::to_string(items.size()); },
-       "Cleaning", [&] {
-         for (const auto& item : items) {
-           if (const auto error = item.action.perform()) {
-             failures.push_back({item.name, *error});
-           } else {
-             freed += item.freeable.value_or(0);
-             History::record("Developer", item.name, item.freeable.value_or(0), item.restoreHint);
-           }
-           ++finished;
-         }
-       });
+  busy(
+      args.json(), [&] { return std::to_string(finished.load()) + "/" + std::to_string(items.size()); }, "Cleaning",
+      [&] {
+        for (const auto& item : items) {
+          if (const auto error = item.action.perform()) {
+            failures.push_back({item.name, *error});
+          } else {
+            freed += item.freeable.value_or(0);
+            History::record("Developer", item.name, item.freeable.value_or(0), item.restoreHint);
+          }
+          ++finished;
+        }
+      });
   const std::size_t done = items.size() - failures.size();
   if (args.json()) {
     nlohmann::json failed = nlohmann::json::array();
-    for (const auto& failure : failures) failed.push_back({{"name", printable(failure.name)}, {"error", printable(failure.error)}});
-    emit({{"dryRun", false}, {"confirmed", true}, {"freed", freed}, {"done", done}, {"failed", failed}, {"provider", screen}});
+    for (const auto& failure : failures)
+      failed.push_back({{"name", printable(failure.name)}, {"error", printable(failure.error)}});
+    emit({{"dryRun", false},
+          {"confirmed", true},
+          {"freed", freed},
+          {"done", done},
+          {"failed", failed},
+          {"provider", screen}});
   } else {
     std::printf("Freed %s (%zu done).\n", byteFormatter(freed).c_str(), done);
     for (const auto& failure : failures) {

@@ -5,12 +5,8 @@
 
 namespace tw {
 
-std::string applicationSupportFolder() {
-  return homeDirectory() + "/Library/Application Support/Tidewarden";
-}
+std::string applicationSupportFolder() { return homeDirectory() + "/Library/Application Support/Tidewarden"; }
 
-std::string settingsFilePath() {
-  return homeDirectory() + "/Library/Preferences/Tidewarden.settings.json";
-}
+std::string settingsFilePath() { return homeDirectory() + "/Library/Preferences/Tidewarden.settings.json"; }
 
 }  // namespace tw

@@ -17,12 +17,8 @@ std::string xdgFolder(const char* variable, const char* fallbackUnderHome) {
 
 }  // namespace
 
-std::string applicationSupportFolder() {
-  return xdgFolder("XDG_DATA_HOME", "/.local/share") + "/Tidewarden";
-}
+std::string applicationSupportFolder() { return xdgFolder("XDG_DATA_HOME", "/.local/share") + "/Tidewarden"; }
 
-std::string settingsFilePath() {
-  return xdgFolder("XDG_CONFIG_HOME", "/.config") + "/Tidewarden/settings.json";
-}
+std::string settingsFilePath() { return xdgFolder("XDG_CONFIG_HOME", "/.config") + "/Tidewarden/settings.json"; }
 
 }  // namespace tw

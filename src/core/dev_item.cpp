@@ -2,9 +2,7 @@
 
 namespace tw {
 
-DevAction DevAction::removePaths(std::vector<std::string> paths) {
-  return DevAction{RemovePaths{std::move(paths)}};
-}
+DevAction DevAction::removePaths(std::vector<std::string> paths) { return DevAction{RemovePaths{std::move(paths)}}; }
 
 DevAction DevAction::trash(std::vector<std::string> paths) { return DevAction{Trash{std::move(paths)}}; }
 

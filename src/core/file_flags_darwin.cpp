@@ -8,7 +8,7 @@
 namespace tw {
 
 std::optional<FileFlags> readFileFlags(int fd) {
-  struct stat info{};
+  struct stat info {};
   if (::fstat(fd, &info) != 0) return std::nullopt;
   FileFlags result;
   result.immutable = (info.st_flags & (UF_IMMUTABLE | SF_IMMUTABLE)) != 0;
@@ -20,7 +20,7 @@ std::optional<FileFlags> readFileFlags(int fd) {
 }
 
 std::error_code clearProtectionFlags(const std::string& path) {
-  struct stat info{};
+  struct stat info {};
   if (::lstat(path.c_str(), &info) != 0) return {errno, std::generic_category()};
   const unsigned cleared = info.st_flags & ~static_cast<unsigned>(UF_IMMUTABLE | SF_IMMUTABLE | UF_APPEND | SF_APPEND);
   if (cleared == info.st_flags) return {};

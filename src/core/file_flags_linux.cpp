@@ -21,7 +21,7 @@ std::optional<FileFlags> readFileFlags(int fd) {
 }
 
 std::error_code clearProtectionFlags(const std::string& path) {
-  struct stat info{};
+  struct stat info {};
   if (::lstat(path.c_str(), &info) != 0) return {errno, std::generic_category()};
   // Links carry no flags of their own, and opening one would follow it.
   if (S_ISLNK(info.st_mode)) return {};

@@ -1,9 +1,9 @@
 #include "core/file_io.h"
 
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+#include <cerrno>
 
 #include "core/path.h"
 #include "core/unique_fd.h"
@@ -64,7 +64,7 @@ std::optional<std::string> readWholeFile(const std::string& path) {
 
 std::error_code createDirectories(const std::string& path, unsigned mode) {
   if (path.empty()) return {};
-  struct stat info{};
+  struct stat info {};
   if (::stat(path.c_str(), &info) == 0) {
     return S_ISDIR(info.st_mode) ? std::error_code{} : std::make_error_code(std::errc::not_a_directory);
   }

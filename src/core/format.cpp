@@ -1,9 +1,9 @@
 #include "core/format.h"
 
+#include <fmt/format.h>
 #include <array>
 #include <cmath>
 #include <cstdlib>
-#include <fmt/format.h>
 
 namespace tw {
 namespace {
@@ -39,8 +39,7 @@ std::string byteFormatter(std::int64_t bytes) {
       ++unit;
       continue;
     }
-    return fmt::format("{}{} {}", sign, withoutTrailingZeros(fmt::format("{:.{}f}", rounded, decimals)),
-                       units[unit]);
+    return fmt::format("{}{} {}", sign, withoutTrailingZeros(fmt::format("{:.{}f}", rounded, decimals)), units[unit]);
   }
 }
 

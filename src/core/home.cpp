@@ -1,8 +1,8 @@
 #include "core/home.h"
 
-#include <cstdlib>
 #include <pwd.h>
 #include <unistd.h>
+#include <cstdlib>
 
 namespace tw {
 

@@ -27,8 +27,8 @@ nlohmann::json& Settings::stored() {
   } else {
     // Keep the damaged file for the user before a later write replaces it.
     std::rename(path.c_str(), (path + ".bad").c_str());
-    std::fprintf(stderr, "tidewarden: settings file %s is damaged; using defaults (kept as %s.bad)\n",
-                 path.c_str(), path.c_str());
+    std::fprintf(stderr, "tidewarden: settings file %s is damaged; using defaults (kept as %s.bad)\n", path.c_str(),
+                 path.c_str());
   }
   return stored_;
 }

@@ -11,9 +11,9 @@
 
 #include "core/concurrent.h"
 #include "core/home.h"
-#include "screens/projects.h"
 #include "core/path.h"
 #include "lens/disk_scanner.h"
+#include "screens/projects.h"
 
 namespace tw::dedupe {
 namespace {

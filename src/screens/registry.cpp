@@ -23,11 +23,11 @@ struct PaneName {
 };
 
 constexpr PaneName paneNames[] = {
-    {Pane::overview, "overview"}, {Pane::clean, "clean"},       {Pane::lens, "lens"},
-    {Pane::trash, "trash"},       {Pane::large, "large"},       {Pane::apps, "apps"},
-    {Pane::system, "system"},     {Pane::projects, "projects"}, {Pane::worktrees, "worktrees"},
+    {Pane::overview, "overview"}, {Pane::clean, "clean"},           {Pane::lens, "lens"},
+    {Pane::trash, "trash"},       {Pane::large, "large"},           {Pane::apps, "apps"},
+    {Pane::system, "system"},     {Pane::projects, "projects"},     {Pane::worktrees, "worktrees"},
     {Pane::git, "git"},           {Pane::simulators, "simulators"}, {Pane::toolchains, "toolchains"},
-    {Pane::ide, "ide"},           {Pane::docker, "docker"},     {Pane::ai, "ai"},
+    {Pane::ide, "ide"},           {Pane::docker, "docker"},         {Pane::ai, "ai"},
     {Pane::dedupe, "dedupe"},     {Pane::history, "history"},
 };
 
@@ -97,8 +97,7 @@ std::vector<DevScreen> makeDeveloper() {
       {Pane::ai, "AI Models", "brain",
        "Local models from Hugging Face, Ollama, LM Studio, PyTorch, Whisper and GPT4All, with when each was "
        "last used.",
-       "Delete Models", Bar::none, true,
-       [] { return AIModels::scan(homeDirectory(), processEnvironment()); }},
+       "Delete Models", Bar::none, true, [] { return AIModels::scan(homeDirectory(), processEnvironment()); }},
       {Pane::dedupe, "Clone Dedupe", "square.on.square",
        "Finds identical files across your projects, worktrees and node_modules and turns the copies into "
        "APFS clones. Every file stays where it is and nothing is deleted; the copies just stop taking "
