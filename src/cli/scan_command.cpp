@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "cli/commands.h"
+#include "core/file_io.h"
 #include "core/format.h"
 #include "lens/disk_scanner.h"
 
@@ -24,8 +25,7 @@ std::string folderToScan(const std::string& path) {
   struct stat info {};
   if (::stat(path.c_str(), &info) != 0 || !S_ISDIR(info.st_mode)) throw std::runtime_error("not a folder: " + path);
   if (::lstat(path.c_str(), &info) == 0 && S_ISLNK(info.st_mode)) {
-    char resolved[PATH_MAX];
-    if (::realpath(path.c_str(), resolved) != nullptr) return resolved;
+    if (auto resolved = resolvedPath(path)) return *resolved;
   }
   return path;
 }

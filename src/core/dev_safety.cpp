@@ -1,4 +1,5 @@
 #include "core/dev_safety.h"
+#include "core/file_io.h"
 
 #include <sys/stat.h>
 
@@ -14,12 +15,6 @@
 namespace tw {
 namespace {
 
-std::optional<std::string> realPath(const std::string& path) {
-  std::unique_ptr<char, decltype(&std::free)> resolved{::realpath(path.c_str(), nullptr), &std::free};
-  if (!resolved) return std::nullopt;
-  return std::string(resolved.get());
-}
-
 // The standardized path with every link in it resolved. Missing trailing pieces are kept
 // as written (nothing there can be a link), and so is the last component: removing a
 // link removes the link, not what it points to.
@@ -28,14 +23,14 @@ std::string whatItNames(const std::string& standardized) {
   std::string existing = parentPath(standardized);
   std::string missing = lastPathComponent(standardized);
   for (;;) {
-    if (auto resolved = realPath(existing)) return standardizePath(joinPath(*resolved, missing));
+    if (auto resolved = resolvedPath(existing)) return standardizePath(joinPath(*resolved, missing));
     if (existing == "/") return standardized;
     missing = lastPathComponent(existing) + "/" + missing;
     existing = parentPath(existing);
   }
 }
 
-std::string resolvedRoot(const std::string& root) { return realPath(root).value_or(standardizePath(root)); }
+std::string resolvedRoot(const std::string& root) { return resolvedPath(root).value_or(standardizePath(root)); }
 
 std::size_t componentCount(std::string_view rest) {
   std::size_t count = 0;

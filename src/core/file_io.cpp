@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 #include <cerrno>
+#include <cstdlib>
+#include <memory>
 
 #include "core/path.h"
 #include "core/unique_fd.h"
@@ -60,6 +62,22 @@ std::optional<std::string> readWholeFile(const std::string& path) {
     if (count == 0) return contents;
     contents.append(buffer, static_cast<std::size_t>(count));
   }
+}
+
+bool pathExists(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0;
+}
+
+bool isFolder(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+std::optional<std::string> resolvedPath(const std::string& path) {
+  std::unique_ptr<char, decltype(&std::free)> resolved{::realpath(path.c_str(), nullptr), &std::free};
+  if (!resolved) return std::nullopt;
+  return std::string(resolved.get());
 }
 
 std::error_code createDirectories(const std::string& path, unsigned mode) {

@@ -14,6 +14,15 @@ namespace tw {
 // The whole file, or nothing when it cannot be read.
 [[nodiscard]] std::optional<std::string> readWholeFile(const std::string& path);
 
+// Something is at the path (a link counts itself; it is not followed).
+[[nodiscard]] bool pathExists(const std::string& path);
+
+// The path is a folder itself, not a link to one.
+[[nodiscard]] bool isFolder(const std::string& path);
+
+// The absolute path with every link, "." and ".." resolved; nothing when it does not exist.
+[[nodiscard]] std::optional<std::string> resolvedPath(const std::string& path);
+
 // mkdir -p; an existing folder is success.
 std::error_code createDirectories(const std::string& path, unsigned mode = 0755);
 

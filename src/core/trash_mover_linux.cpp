@@ -29,12 +29,6 @@ struct TrashFolder {
   std::string pathsRelativeTo;  // empty: the home Trash records absolute paths
 };
 
-std::optional<std::string> realPath(const std::string& path) {
-  std::unique_ptr<char, decltype(&std::free)> resolved{::realpath(path.c_str(), nullptr), &std::free};
-  if (!resolved) return std::nullopt;
-  return std::string(resolved.get());
-}
-
 std::string homeTrash() {
   if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && data[0] == '/') {
     return std::string(data) + "/Trash";
@@ -176,7 +170,7 @@ bool moveToTrash(const std::string& path) {
   const std::string standardized = standardizePath(path);
   if (standardized.empty() || standardized.front() != '/' || standardized == "/") return false;
   // Record where the item really is: the parent chain may run through links.
-  const auto parent = realPath(parentPath(standardized));
+  const auto parent = resolvedPath(parentPath(standardized));
   if (!parent) return false;
   const std::string item = joinPath(*parent, lastPathComponent(standardized));
   struct stat info {

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "core/concurrent.h"
+#include "core/file_io.h"
 #include "core/home.h"
 #include "core/path.h"
 #include "lens/disk_scanner.h"
@@ -21,17 +22,11 @@ namespace {
 constexpr std::int64_t minimumAllocated = 32'768;
 constexpr std::string_view cloneTemporaryPrefix = ".tidewarden-clone-";
 
-struct FreeDeleter {
-  void operator()(char* text) const { std::free(text); }
-};
-
 // The path with every link and "." or ".." piece resolved, so that one folder reached
 // through a link and through its real path is recognised as one.
 std::optional<std::string> resolved(const std::string& path) {
   if (path.empty()) return std::nullopt;
-  std::unique_ptr<char, FreeDeleter> real(::realpath(standardizePath(path).c_str(), nullptr));
-  if (!real) return std::nullopt;
-  return std::string(real.get());
+  return resolvedPath(standardizePath(path));
 }
 
 bool contains(const std::string& outer, const std::string& inner) {

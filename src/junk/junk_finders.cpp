@@ -4,6 +4,7 @@
 
 #include <cerrno>
 
+#include "core/file_io.h"
 #include "core/path.h"
 #include "lens/disk_scanner.h"
 
@@ -22,11 +23,6 @@ std::vector<std::string> keptPaths(const std::string& folder, const std::vector<
     paths.push_back(joinPath(folder, entry.name));
   }
   return paths;
-}
-
-bool pathExists(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0;
 }
 
 void walkForCacheFolders(const std::string& folder, int depth, const std::set<std::string>& names, int maxDepth,

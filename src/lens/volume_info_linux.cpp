@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstdlib>
 
+#include "core/file_io.h"
 #include "core/home.h"
 #include "lens/mounts.h"
 #include "lens/volume_info.h"
@@ -20,8 +21,7 @@ bool isWithin(const std::string& path, const std::string& folder) {
 std::string mountPointOf(const std::string& folder) {
   struct stat info {};
   if (::stat(folder.c_str(), &info) != 0) return "";
-  char resolved[PATH_MAX];
-  const std::string real = ::realpath(folder.c_str(), resolved) != nullptr ? resolved : folder;
+  const std::string real = resolvedPath(folder).value_or(folder);
   std::string best;
   for (const auto& volume : mountedVolumes()) {
     if (volume.device != static_cast<std::uint64_t>(info.st_dev) || !isWithin(real, volume.mountPoint)) continue;

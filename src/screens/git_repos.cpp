@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "core/concurrent.h"
+#include "core/file_io.h"
 #include "core/format.h"
 #include "core/path.h"
 #include "core/settings.h"
@@ -31,16 +32,6 @@ std::int64_t kibibytes(std::int64_t value) {
 std::int64_t saturatingSum(std::int64_t left, std::int64_t right) {
   std::int64_t sum = 0;
   return __builtin_add_overflow(left, right, &sum) ? std::numeric_limits<std::int64_t>::max() : sum;
-}
-
-bool exists(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
-bool isFolder(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 bool needsNothing(const GitRepos::Stats& stats, const GitRepos::Footprint& footprint) {
@@ -81,14 +72,14 @@ GitRepos::Footprint footprintOf(const std::string& repo) {
   footprint.lfsFolder = isFolder(lfs);
   if (footprint.lfsFolder) footprint.lfsBytes = DiskScanner::usage(lfs).first;
   footprint.gitBytes = DiskScanner::usage(dotGit).first;
-  footprint.gitRunning = exists(dotGit + "/index.lock");
+  footprint.gitRunning = pathExists(dotGit + "/index.lock");
   return footprint;
 }
 
 std::vector<std::string> repositories() {
   std::vector<std::string> repos;
   for (const auto& project : Projects::discover(DevSettings::projectRoots())) {
-    if (exists(project + "/.git")) repos.push_back(project);
+    if (pathExists(project + "/.git")) repos.push_back(project);
   }
   return repos;
 }

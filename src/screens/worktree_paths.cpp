@@ -12,11 +12,6 @@
 namespace tw {
 namespace {
 
-bool exists(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
 // The worktree folder a "gitdir" record names: its ".git" file's path, on one line.
 std::optional<std::string> recordedFolder(const std::string& record) {
   auto text = readWholeFile(record);
@@ -29,7 +24,7 @@ std::optional<std::string> recordedFolder(const std::string& record) {
 }  // namespace
 
 std::string recordedWorktreePath(const std::string& reported, const std::string& repo) {
-  if (reported.find("\xef\xbf\xbd") == std::string::npos || exists(reported)) return reported;
+  if (reported.find("\xef\xbf\xbd") == std::string::npos || pathExists(reported)) return reported;
   const std::string records = repo + "/.git/worktrees";
   const auto entries = DiskScanner::list(records);
   if (!entries) return reported;

@@ -5,6 +5,7 @@
 #include <map>
 
 #include "core/concurrent.h"
+#include "core/file_io.h"
 #include "core/format.h"
 #include "core/path.h"
 #include "core/settings.h"
@@ -49,11 +50,6 @@ struct Block {
 bool existsWithoutFollowing(const std::string& path) {
   struct stat info {};
   return ::lstat(path.c_str(), &info) == 0;
-}
-
-bool isFolder(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 std::string runGit(const std::string& git, const std::vector<std::string>& arguments) {
