@@ -8,6 +8,7 @@
 
 #include "core/shell.h"
 #include "support/fake_home.h"
+#include "support/scoped_environment.h"
 
 namespace tw::test {
 namespace {
@@ -16,20 +17,9 @@ using Clock = std::chrono::steady_clock;
 
 double secondsSince(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
-// Sets PATH (or unsets it, for nothing) and puts it back afterwards, so that later tests
-// in the same process see the usual one.
-class ScopedPath {
- public:
-  explicit ScopedPath(const std::optional<std::string>& value) {
-    if (const char* old = std::getenv("PATH")) saved_ = old;
-    value ? (void)::setenv("PATH", value->c_str(), 1) : (void)::unsetenv("PATH");
-  }
-  ~ScopedPath() { saved_ ? (void)::setenv("PATH", saved_->c_str(), 1) : (void)::unsetenv("PATH"); }
-  ScopedPath(const ScopedPath&) = delete;
-  ScopedPath& operator=(const ScopedPath&) = delete;
-
- private:
-  std::optional<std::string> saved_;
+// PATH set (or unset, for nothing) while it lives, then put back for later tests.
+struct ScopedPath : test::ScopedEnvironment {
+  explicit ScopedPath(const std::optional<std::string>& value) : ScopedEnvironment({{"PATH", value}}) {}
 };
 
 bool hasChildren() {

@@ -47,30 +47,14 @@ std::string makeTempFolder(const std::string& prefix) {
   return fs::canonical(pattern).string();
 }
 
-FakeHome::FakeHome() : path_(makeTempFolder("tw-home")) {
-  const std::map<std::string, std::string> variables{
-      {"HOME", path_},
-      {"XDG_DATA_HOME", path_ + "/.local/share"},
-      {"XDG_CONFIG_HOME", path_ + "/.config"},
-      {"XDG_CACHE_HOME", path_ + "/.cache"},
-  };
-  for (const auto& [name, value] : variables) {
-    const char* old = std::getenv(name.c_str());
-    savedEnvironment_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-    ::setenv(name.c_str(), value.c_str(), 1);
-  }
-}
+FakeHome::FakeHome()
+    : path_(makeTempFolder("tw-home")),
+      environment_({{"HOME", path_},
+                    {"XDG_DATA_HOME", path_ + "/.local/share"},
+                    {"XDG_CONFIG_HOME", path_ + "/.config"},
+                    {"XDG_CACHE_HOME", path_ + "/.cache"}}) {}
 
-FakeHome::~FakeHome() {
-  for (const auto& [name, value] : savedEnvironment_) {
-    if (value) {
-      ::setenv(name.c_str(), value->c_str(), 1);
-    } else {
-      ::unsetenv(name.c_str());
-    }
-  }
-  removeTree(path_);
-}
+FakeHome::~FakeHome() { removeTree(path_); }
 
 std::string FakeHome::operator/(const std::string& relative) const { return path_ + "/" + relative; }
 

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "support/scoped_environment.h"
+
 namespace tw::test {
 
 // A temporary home folder for one test: $HOME, $XDG_DATA_HOME, $XDG_CONFIG_HOME and
@@ -29,7 +31,7 @@ class FakeHome {
 
  private:
   std::string path_;
-  std::map<std::string, std::optional<std::string>> savedEnvironment_;
+  ScopedEnvironment environment_;
 };
 
 // Filesystem helpers for tests, all on absolute paths.

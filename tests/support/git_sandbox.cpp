@@ -5,29 +5,16 @@
 
 namespace tw::test {
 
-GitSandbox::GitSandbox() {
-  std::map<std::string, std::string> variables{
-      {"GIT_AUTHOR_NAME", "Test Author"},    {"GIT_AUTHOR_EMAIL", "author@example.invalid"},
-      {"GIT_COMMITTER_NAME", "Test Author"}, {"GIT_COMMITTER_EMAIL", "author@example.invalid"},
-      {"GIT_CONFIG_NOSYSTEM", "1"},          {"GIT_CONFIG_GLOBAL", "/dev/null"},
-      {"GIT_TERMINAL_PROMPT", "0"},
-  };
-  for (const auto& [name, value] : variables) {
-    const char* old = std::getenv(name.c_str());
-    saved_[name] = old != nullptr ? std::optional<std::string>(old) : std::nullopt;
-    ::setenv(name.c_str(), value.c_str(), 1);
-  }
-}
-
-GitSandbox::~GitSandbox() {
-  for (const auto& [name, value] : saved_) {
-    if (value) {
-      ::setenv(name.c_str(), value->c_str(), 1);
-    } else {
-      ::unsetenv(name.c_str());
-    }
-  }
-}
+GitSandbox::GitSandbox()
+    : environment_({
+          {"GIT_AUTHOR_NAME", "Test Author"},
+          {"GIT_AUTHOR_EMAIL", "author@example.invalid"},
+          {"GIT_COMMITTER_NAME", "Test Author"},
+          {"GIT_COMMITTER_EMAIL", "author@example.invalid"},
+          {"GIT_CONFIG_NOSYSTEM", "1"},
+          {"GIT_CONFIG_GLOBAL", "/dev/null"},
+          {"GIT_TERMINAL_PROMPT", "0"},
+      }) {}
 
 RunResult GitSandbox::tryRun(const std::string& folder, const std::vector<std::string>& arguments) const {
   std::vector<std::string> command{"git", "-C", folder};

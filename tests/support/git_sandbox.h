@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "support/fake_home.h"
+#include "support/scoped_environment.h"
 
 namespace tw::test {
 
@@ -14,7 +15,6 @@ namespace tw::test {
 class GitSandbox {
  public:
   GitSandbox();
-  ~GitSandbox();
   GitSandbox(const GitSandbox&) = delete;
   GitSandbox& operator=(const GitSandbox&) = delete;
 
@@ -29,7 +29,7 @@ class GitSandbox {
   void commitFile(const std::string& repo, const std::string& file, const std::string& contents) const;
 
  private:
-  std::map<std::string, std::optional<std::string>> saved_;
+  ScopedEnvironment environment_;
 };
 
 }  // namespace tw::test

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "support/scoped_environment.h"
 #include "trash/trashinfo.h"
 
 namespace tw::test {
@@ -12,22 +13,15 @@ namespace {
 // daylight saving makes the expectations exact.
 class TrashInfoFile : public ::testing::Test {
  protected:
-  void SetUp() override {
-    if (const char* old = std::getenv("TZ")) savedZone_ = old;
-    ::setenv("TZ", "XYZ-5:30", 1);
-    ::tzset();
-  }
+  void SetUp() override { ::tzset(); }
   void TearDown() override {
-    if (savedZone_) {
-      ::setenv("TZ", savedZone_->c_str(), 1);
-    } else {
-      ::unsetenv("TZ");
-    }
+    zone_.reset();
     ::tzset();
   }
 
  private:
-  std::optional<std::string> savedZone_;
+  std::optional<test::ScopedEnvironment> zone_{std::in_place,
+                                               std::map<std::string, std::optional<std::string>>{{"TZ", "XYZ-5:30"}}};
 };
 
 std::string info(const std::string& path, const std::string& date) {
