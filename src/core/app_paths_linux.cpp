@@ -1,21 +1,9 @@
-#include <cstdlib>
 #include <string>
 
 #include "core/app_paths.h"
-#include "core/home.h"
+#include "core/xdg_folders.h"
 
 namespace tw {
-namespace {
-
-std::string xdgFolder(const char* variable, const char* fallbackUnderHome) {
-  // The XDG rules ignore relative values.
-  if (const char* value = std::getenv(variable); value != nullptr && value[0] == '/') {
-    return value;
-  }
-  return homeDirectory() + fallbackUnderHome;
-}
-
-}  // namespace
 
 std::string applicationSupportFolder() { return xdgFolder("XDG_DATA_HOME", "/.local/share") + "/Tidewarden"; }
 

@@ -15,6 +15,7 @@
 #include "core/path.h"
 #include "core/trash_mover.h"
 #include "core/unique_fd.h"
+#include "core/xdg_folders.h"
 
 // The freedesktop.org Trash layout, which desktop file managers and trash-cli share:
 // <trash>/files/NAME holds the item and <trash>/info/NAME.trashinfo where it came from.
@@ -29,12 +30,7 @@ struct TrashFolder {
   std::string pathsRelativeTo;  // empty: the home Trash records absolute paths
 };
 
-std::string homeTrash() {
-  if (const char* data = std::getenv("XDG_DATA_HOME"); data != nullptr && data[0] == '/') {
-    return std::string(data) + "/Trash";
-  }
-  return homeDirectory() + "/.local/share/Trash";
-}
+std::string homeTrash() { return xdgFolder("XDG_DATA_HOME", "/.local/share") + "/Trash"; }
 
 std::optional<dev_t> deviceOfNearestExisting(std::string path) {
   for (;;) {

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "core/home.h"
+#include "core/xdg_folders.h"
 
 namespace tw {
 
@@ -58,22 +59,12 @@ const JunkTable* junkTableNamed(const std::string& name) {
   return nullptr;
 }
 
-namespace {
-
-std::string xdgFolder(const char* variable, const std::string& fallback) {
-  // The XDG rules ignore relative values.
-  if (const char* value = std::getenv(variable); value != nullptr && value[0] == '/') return value;
-  return fallback;
-}
-
-}  // namespace
-
 JunkRoots JunkRoots::current() {
   JunkRoots roots;
   roots.home = homeDirectory();
-  roots.cacheHome = xdgFolder("XDG_CACHE_HOME", roots.home + "/.cache");
-  roots.configHome = xdgFolder("XDG_CONFIG_HOME", roots.home + "/.config");
-  roots.dataHome = xdgFolder("XDG_DATA_HOME", roots.home + "/.local/share");
+  roots.cacheHome = xdgFolder("XDG_CACHE_HOME", "/.cache");
+  roots.configHome = xdgFolder("XDG_CONFIG_HOME", "/.config");
+  roots.dataHome = xdgFolder("XDG_DATA_HOME", "/.local/share");
   return roots;
 }
 

@@ -26,12 +26,6 @@ bool FreedesktopLayout::isPseudoFileSystem(std::string_view type) {
   return std::find(pseudo.begin(), pseudo.end(), type) != pseudo.end();
 }
 
-std::string FreedesktopLayout::dataHome(const std::string& home, const char* xdgDataHome) {
-  // A relative XDG_DATA_HOME is invalid and must be ignored.
-  if (xdgDataHome != nullptr && xdgDataHome[0] == '/') return standardizePath(xdgDataHome);
-  return joinPath(home, ".local/share");
-}
-
 std::vector<TrashDir> FreedesktopLayout::trashDirs(const std::string& dataHome,
                                                    const std::vector<MountedVolume>& mounts, unsigned uid) {
   std::vector<TrashDir> dirs{{joinPath(dataHome, "Trash/files"), "/"}};

@@ -14,9 +14,6 @@ struct FreedesktopLayout {
   // Kernel and virtual file systems that never hold a user's Trash.
   [[nodiscard]] static bool isPseudoFileSystem(std::string_view type);
 
-  // $XDG_DATA_HOME when it is set to an absolute path, else ~/.local/share.
-  [[nodiscard]] static std::string dataHome(const std::string& home, const char* xdgDataHome);
-
   // The home Trash's files folder first, then for each real mount "$top/.Trash/UID/files"
   // (only when $top/.Trash is a sticky folder and not a link) and "$top/.Trash-UID/files",
   // each only when it exists as a folder.

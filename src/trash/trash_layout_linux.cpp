@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "core/home.h"
+#include "core/xdg_folders.h"
 #include "lens/mounts.h"
 #include "trash/freedesktop_layout.h"
 #include "trash/regular_file.h"
@@ -16,7 +17,7 @@ namespace {
 // A .trashinfo is a few lines; anything much larger is not one.
 constexpr std::size_t maxTrashInfoBytes = 64 * 1024;
 
-std::string currentDataHome() { return FreedesktopLayout::dataHome(homeDirectory(), std::getenv("XDG_DATA_HOME")); }
+std::string currentDataHome() { return xdgFolder("XDG_DATA_HOME", "/.local/share"); }
 
 }  // namespace
 

@@ -2,7 +2,9 @@
 
 #include "core/path.h"
 #include "core/text.h"
+#include "core/xdg_folders.h"
 #include "support/fake_home.h"
+#include "support/scoped_environment.h"
 
 namespace tw {
 namespace {
@@ -34,6 +36,17 @@ TEST(TildePath, ReplacesOnlyAWholeHomePrefix) {
   EXPECT_EQ(tildePath(home / "Developer/x"), "~/Developer/x");
   EXPECT_EQ(tildePath(home.path() + "-other/x"), home.path() + "-other/x");
   EXPECT_EQ(tildePath("/etc"), "/etc");
+}
+
+TEST(XdgFolder, FollowsTheVariableUnlessItIsRelativeOrUnset) {
+  test::FakeHome home;
+  const auto dataHome = [](std::optional<std::string> value) {
+    test::ScopedEnvironment environment({{"XDG_DATA_HOME", value}});
+    return xdgFolder("XDG_DATA_HOME", "/.local/share");
+  };
+  EXPECT_EQ(dataHome("/data/ann/"), "/data/ann");
+  EXPECT_EQ(dataHome("relative/share"), home / ".local/share");
+  EXPECT_EQ(dataHome(std::nullopt), home / ".local/share");
 }
 
 TEST(ValidUtf8, ReplacesEveryInvalidSequenceAndKeepsValidText) {

@@ -7,12 +7,6 @@
 
 namespace tw::test {
 
-TEST(FreedesktopHomeTrash, FollowsXdgDataHomeUnlessItIsRelative) {
-  EXPECT_EQ(FreedesktopLayout::dataHome("/home/ann", "/data/ann/"), "/data/ann");
-  EXPECT_EQ(FreedesktopLayout::dataHome("/home/ann", "relative/share"), "/home/ann/.local/share");
-  EXPECT_EQ(FreedesktopLayout::dataHome("/home/ann", nullptr), "/home/ann/.local/share");
-}
-
 // Only this user's Trashes count: `.Trash-UID`, or `.Trash/UID` inside a sticky `.Trash`
 // that is not a link; never on a kernel file system, never twice for one device.
 TEST(FreedesktopTrashFolders, HomeTrashFirstThenEachVolumesOwnTrashes) {
