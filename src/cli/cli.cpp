@@ -119,11 +119,6 @@ const std::string& usage() {
   return text;
 }
 
-int unavailableCommand(const std::string& command) {
-  std::fprintf(stderr, "tidewarden: %s isn't available in this build yet\n", command.c_str());
-  return 1;
-}
-
 int run(const std::vector<std::string>& arguments) {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   if (arguments.empty()) {

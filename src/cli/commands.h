@@ -15,7 +15,4 @@ namespace tw::CLI {
 [[nodiscard]] int historyCommand(const Args& args);
 [[nodiscard]] int screenCommand(const std::string& screen, const Provider& provider, const Args& args);
 
-// The failure of a built-in command whose body this build does not have yet.
-[[nodiscard]] int unavailableCommand(const std::string& command);
-
 }  // namespace tw::CLI

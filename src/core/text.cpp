@@ -86,10 +86,6 @@ std::vector<std::string> splitLines(std::string_view text) {
   return lines;
 }
 
-bool startsWith(std::string_view text, std::string_view prefix) { return text.starts_with(prefix); }
-
-bool endsWith(std::string_view text, std::string_view suffix) { return text.ends_with(suffix); }
-
 std::string lowercased(std::string_view text) {
   std::string result(text);
   for (char& c : result) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));

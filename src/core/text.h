@@ -18,8 +18,6 @@ namespace tw {
 
 [[nodiscard]] std::string trimmed(std::string_view text);
 [[nodiscard]] std::vector<std::string> splitLines(std::string_view text);
-[[nodiscard]] bool startsWith(std::string_view text, std::string_view prefix);
-[[nodiscard]] bool endsWith(std::string_view text, std::string_view suffix);
 [[nodiscard]] std::string lowercased(std::string_view text);
 
 }  // namespace tw

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cerrno>
+#include <optional>
 
 #include "core/file_io.h"
 #include "core/path.h"
@@ -14,10 +15,12 @@ namespace {
 // The Finder's folder-view settings, never anything an app would rebuild.
 constexpr const char* folderViewSettings = ".DS_Store";
 
-std::vector<std::string> keptPaths(const std::string& folder, const std::vector<DiskScanner::Entry>& entries,
-                                   const JunkFinders::NameFilter& where) {
+// What `kids` returns, or nothing when the folder cannot be listed (some callers say why).
+std::optional<std::vector<std::string>> listedKids(const std::string& folder, const JunkFinders::NameFilter& where) {
+  const auto entries = DiskScanner::list(folder);
+  if (!entries) return std::nullopt;
   std::vector<std::string> paths;
-  for (const auto& entry : entries) {
+  for (const auto& entry : *entries) {
     if (entry.name == folderViewSettings) continue;
     if (where && !where(entry.name)) continue;
     paths.push_back(joinPath(folder, entry.name));
@@ -49,26 +52,24 @@ std::string withFolder(std::string note, const std::string& folder) {
 
 void findEntries(const JunkSource& source, const JunkRoots& roots, JunkFinding& finding) {
   const std::string folder = roots.expand(source.paths.front());
-  const auto entries = DiskScanner::list(folder);
-  if (!entries) {
+  const auto accepts = [&](const std::string& name) {
+    if (source.exceptNames.contains(name)) return false;
+    return source.extensions.empty() || source.extensions.contains(pathExtension(name));
+  };
+  auto paths = listedKids(folder, accepts);
+  if (!paths) {
     if (source.unreadableNote && !(source.missingIsEmpty && !pathExists(folder))) {
       finding.note = withFolder(*source.unreadableNote, roots.tilde(folder));
     }
     return;
   }
-  const auto accepts = [&](const std::string& name) {
-    if (source.exceptNames.contains(name)) return false;
-    return source.extensions.empty() || source.extensions.contains(pathExtension(name));
-  };
-  for (auto& path : keptPaths(folder, *entries, accepts)) finding.paths.push_back(std::move(path));
+  for (auto& path : *paths) finding.paths.push_back(std::move(path));
 }
 
 }  // namespace
 
 std::vector<std::string> JunkFinders::kids(const std::string& folder, const NameFilter& where) {
-  const auto entries = DiskScanner::list(folder);
-  if (!entries) return {};
-  return keptPaths(folder, *entries, where);
+  return listedKids(folder, where).value_or(std::vector<std::string>{});
 }
 
 std::vector<std::string> JunkFinders::existing(const std::vector<std::string>& paths) {
