@@ -16,6 +16,7 @@
 #include "core/trash_mover.h"
 #include "core/unique_fd.h"
 #include "core/xdg_folders.h"
+#include "trash/trashinfo.h"
 
 // The freedesktop.org Trash layout, which desktop file managers and trash-cli share:
 // <trash>/files/NAME holds the item and <trash>/info/NAME.trashinfo where it came from.
@@ -79,26 +80,6 @@ std::optional<TrashFolder> trashFor(const std::string& path, dev_t device) {
   return TrashFolder{trash, top};
 }
 
-std::string percentEncoded(std::string_view path) {
-  std::string encoded;
-  for (const char c : path) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool plain = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
-                       c == '-' || c == '_' || c == '.' || c == '~' || c == '/';
-    encoded += plain ? std::string(1, c) : fmt::format("%{:02X}", byte);
-  }
-  return encoded;
-}
-
-std::string localDeletionDate() {
-  const std::time_t now = std::time(nullptr);
-  std::tm local{};
-  localtime_r(&now, &local);
-  char text[32];
-  std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%S", &local);
-  return text;
-}
-
 // Long names are shortened so that NAME.trashinfo still fits, without splitting a character.
 std::string fittingName(std::string name) {
   if (name.size() <= longestTrashName) return name;
@@ -129,8 +110,7 @@ bool moveInto(const TrashFolder& trash, const std::string& path) {
   const std::string recorded = trash.pathsRelativeTo.empty()  ? path
                                : trash.pathsRelativeTo == "/" ? path.substr(1)
                                                               : path.substr(trash.pathsRelativeTo.size() + 1);
-  const std::string info =
-      "[Trash Info]\nPath=" + percentEncoded(recorded) + "\nDeletionDate=" + localDeletionDate() + "\n";
+  const std::string info = formatTrashInfo(recorded, std::chrono::system_clock::now());
   const std::string name = fittingName(lastPathComponent(path));
   for (int attempt = 1; attempt <= mostNameAttempts; ++attempt) {
     const std::string candidate = candidateName(name, attempt);

@@ -68,6 +68,16 @@ TEST_F(TrashInfoFile, GivesTheDecodedOriginAndLocalDeletionTimeOrLeavesOutWhatIs
   }
 }
 
+TEST_F(TrashInfoFile, WhatWeWriteReadsBackToThePathAndSecond) {
+  const std::string origin = "/home/ann/odd name/caf\xc3\xa9 %41\x01";
+  const Date when = dateFromSeconds(1'785'663'667);
+  const std::string text = formatTrashInfo(origin, when);
+  EXPECT_NE(text.find("Path=/home/ann/odd%20name/caf%C3%A9%20%2541%01\n"), std::string::npos) << text;
+  const TrashInfo info = parseTrashInfo(text, "/");
+  EXPECT_EQ(info.path, origin);
+  EXPECT_EQ(info.deletionDate, when);
+}
+
 TEST(PercentDecoding, DecodesEveryByteAndRejectsBrokenEscapes) {
   EXPECT_EQ(percentDecoded("%2Fa%2fb%20"), "/a/b ");
   EXPECT_EQ(percentDecoded("%FF"), std::string("\xff"));
