@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 #include "core/history.h"
 
@@ -12,46 +13,46 @@ namespace {
 
 struct TemporaryHome {
   std::string path;
-  TemporaryHome() {
-    std::string pattern = std::filesystem::temp_directory_path().string() + "/tw-bench-XXXXXX";
-    path = ::mkdtemp(pattern.data());
-    ::setenv("HOME", path.c_str(), 1);
-    ::setenv("XDG_DATA_HOME", (path + "/.local/share").c_str(), 1);
-    ::setenv("XDG_CONFIG_HOME", (path + "/.config").c_str(), 1);
-    ::unsetenv("TIDEWARDEN_SNAPSHOT");
-  }
+  tw::History history;
+  TemporaryHome() : path(makeFolder()), history(path + "/.local/share/Tidewarden", true) {}
   ~TemporaryHome() {
     std::error_code error;
     std::filesystem::remove_all(path, error);
   }
+
+  static std::string makeFolder() {
+    std::string pattern = std::filesystem::temp_directory_path().string() + "/tw-bench-XXXXXX";
+    return ::mkdtemp(pattern.data());
+  }
 };
 
-TemporaryHome& home() {
+tw::History& history() {
   static TemporaryHome instance;
-  return instance;
+  return instance.history;
 }
 
 void fillLog() {
-  (void)home();
-  if (tw::History::entries().size() >= tw::History::cap) return;
-  for (std::size_t i = tw::History::entries().size(); i < tw::History::cap; ++i) {
-    tw::History::record("Developer", "node_modules in project " + std::to_string(i), 123'456'789,
-                        i % 2 ? std::optional<std::string>("Run npm install") : std::nullopt);
+  if (history().entries().size() >= tw::History::cap) return;
+  std::vector<tw::HistoryRecord> records;
+  for (std::size_t i = history().entries().size(); i < tw::History::cap; ++i) {
+    records.push_back({"Developer", "node_modules in project " + std::to_string(i), 123'456'789,
+                       i % 2 ? std::optional<std::string>("Run npm install") : std::nullopt});
   }
+  history().record(records);
 }
 
 void recordIntoFullLog(benchmark::State& state) {
   fillLog();
   for (auto _ : state) {
-    tw::History::record("Developer", "DerivedData", 987'654'321, "Rebuilt on the next Xcode build");
+    history().record("Developer", "DerivedData", 987'654'321, "Rebuilt on the next Xcode build");
   }
-  state.counters["entries"] = static_cast<double>(tw::History::entries().size());
+  state.counters["entries"] = static_cast<double>(history().entries().size());
 }
 
 void readFullLog(benchmark::State& state) {
   fillLog();
   for (auto _ : state) {
-    auto entries = tw::History::entries();
+    auto entries = history().entries();
     benchmark::DoNotOptimize(entries);
   }
 }

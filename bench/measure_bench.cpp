@@ -21,7 +21,6 @@ struct SmallFolders {
   SmallFolders() {
     std::string pattern = std::filesystem::temp_directory_path().string() + "/tw-bench-XXXXXX";
     root = ::mkdtemp(pattern.data());
-    ::setenv("HOME", root.c_str(), 1);
     for (int i = 0; i < folderCount; ++i) {
       const std::string folder = root + "/projects/p" + std::to_string(i);
       std::filesystem::create_directories(folder + "/build");

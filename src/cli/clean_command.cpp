@@ -62,15 +62,15 @@ void printPreview(const SafeJunk& safe, bool dryRun) {
   table(rows, {Align::left, Align::right, Align::right}, "  ");
 }
 
-void printSummary(const JunkCleanOutcome& outcome) {
+void printSummary(const JunkCleanOutcome& outcome, const std::string& home) {
   std::printf("Freed %s from %s.\n", byteFormatter(outcome.freed).c_str(), plural(outcome.deleted, "item").c_str());
   if (outcome.failed.empty()) return;
   std::printf("\n%s could not be fully deleted (in use or protected):\n",
               plural(static_cast<std::int64_t>(outcome.failed.size()), "item").c_str());
-  for (const auto& path : outcome.failed) std::printf("  %s\n", printable(tilde(path)).c_str());
+  for (const auto& path : outcome.failed) std::printf("  %s\n", printable(tilde(path, home)).c_str());
 }
 
-JunkCleanOutcome clean(const SafeJunk& safe, const JunkScanResult& scan, bool quiet) {
+JunkCleanOutcome clean(const SafeJunk& safe, const JunkScanResult& scan, bool quiet, const Context& context) {
   std::mutex lock;
   std::string current;
   const auto status = [&] {
@@ -79,20 +79,20 @@ JunkCleanOutcome clean(const SafeJunk& safe, const JunkScanResult& scan, bool qu
   };
   const auto progress = [&](const std::string& path) {
     const std::lock_guard guard(lock);
-    current = printable(tilde(path));
+    current = printable(tilde(path, context.home));
   };
   return busy(quiet, status, "Cleaning " + plural(safe.count, "item"),
-              [&] { return cleanJunk(safe.categories, scan.identities, progress); });
+              [&] { return cleanJunk(safe.categories, scan.identities, context, progress); });
 }
 
 }  // namespace
 
-int cleanCommand(const Args& args) {
+int cleanCommand(const Args& args, const Context& context) {
   if (!args.has("safe")) throw UsageError("clean needs --safe (deletes the ✓ categories from `tidewarden junk`)");
   const bool dryRun = args.has("dry-run");
   const bool confirmed = args.has("yes");
 
-  const JunkCategories categories = JunkModel::makeCategories();
+  const JunkCategories categories = JunkModel::makeCategories(context);
   const JunkScanResult scan = busy(args.json(), {}, "Looking for junk…", [&] { return scanJunk(categories); });
   const SafeJunk safe = safeJunk(categories);
 
@@ -110,7 +110,7 @@ int cleanCommand(const Args& args) {
     return dryRun || safe.count == 0 ? 0 : needConfirmation(args, "delete them");
   }
 
-  const JunkCleanOutcome outcome = clean(safe, scan, args.json());
+  const JunkCleanOutcome outcome = clean(safe, scan, args.json(), context);
   if (args.json()) {
     nlohmann::json failed = nlohmann::json::array();
     for (const auto& path : outcome.failed) failed.push_back(validUtf8(path));
@@ -120,7 +120,7 @@ int cleanCommand(const Args& args) {
           {"deleted", outcome.deleted},
           {"failed", failed}});
   } else {
-    printSummary(outcome);
+    printSummary(outcome, context.home);
   }
   return outcome.failed.empty() ? 0 : 1;
 }

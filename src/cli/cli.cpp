@@ -45,23 +45,23 @@ int help(const Args& args) {
   return 0;
 }
 
-int dispatch(const std::vector<std::string>& arguments) {
+int dispatch(const std::vector<std::string>& arguments, const Context& context) {
   const std::string& word = arguments.front();
   const std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
   if (const auto found = builtInGrammars().find(word); found != builtInGrammars().end()) {
     const Grammar& grammar = found->second;
     const Args args(rest, grammar.flags, grammar.options, grammar.maxPositional);
     if (word == "help" || word == "--help" || word == "-h") return help(args);
-    if (word == "status") return statusCommand(args);
-    if (word == "scan") return scanCommand(args);
-    if (word == "junk") return junkCommand(args);
-    if (word == "clean") return cleanCommand(args);
-    if (word == "trash") return trashCommand(args);
-    return historyCommand(args);
+    if (word == "status") return statusCommand(args, context);
+    if (word == "scan") return scanCommand(args, context);
+    if (word == "junk") return junkCommand(args, context);
+    if (word == "clean") return cleanCommand(args, context);
+    if (word == "trash") return trashCommand(args, context);
+    return historyCommand(args, context);
   }
   if (const auto found = providers().find(word); found != providers().end()) {
     const Args args(rest, screenGrammar.flags, screenGrammar.options, screenGrammar.maxPositional);
-    return screenCommand(word, found->second, args);
+    return screenCommand(word, found->second, args, context);
   }
   std::fprintf(stderr, "tidewarden: unknown command '%s'\n%s\n", word.c_str(), usage().c_str());
   return 2;
@@ -119,14 +119,14 @@ const std::string& usage() {
   return text;
 }
 
-int run(const std::vector<std::string>& arguments) {
+int run(const std::vector<std::string>& arguments, const Context& context) {
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   if (arguments.empty()) {
     std::printf("%s\n", usage().c_str());
     return 2;
   }
   try {
-    return dispatch(arguments);
+    return dispatch(arguments, context);
   } catch (const UsageError& error) {
     std::fprintf(stderr, "tidewarden: %s\nRun 'tidewarden help' for usage.\n", error.what());
     return 2;

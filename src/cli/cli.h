@@ -12,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "core/context.h"
 #include "core/date.h"
 #include "core/dev_group.h"
 #include "core/dev_item.h"
@@ -53,7 +54,8 @@ class Flag {
   bool done_ = false;
 };
 
-[[nodiscard]] int run(const std::vector<std::string>& arguments);
+// Runs one command line against the world the context describes.
+[[nodiscard]] int run(const std::vector<std::string>& arguments, const Context& context);
 
 [[nodiscard]] const std::string& usage();
 [[nodiscard]] const std::map<std::string, Provider>& providers();
@@ -72,12 +74,15 @@ void emit(const nlohmann::json& value);
 [[nodiscard]] nlohmann::json jsonDate(const std::optional<Date>& date);
 [[nodiscard]] nlohmann::json jsonString(const std::optional<std::string>& text);
 
-[[nodiscard]] std::string describe(const DevAction& action);
-[[nodiscard]] nlohmann::json itemJSON(const DevItem& item);
+// What an action does, in a few words; paths under `home` shown with "~".
+[[nodiscard]] std::string describe(const DevAction& action, const std::string& home);
+[[nodiscard]] nlohmann::json itemJSON(const DevItem& item, const std::string& home);
 [[nodiscard]] std::string badgeText(const std::vector<Badge>& badges);
 [[nodiscard]] std::string plural(std::int64_t count, const std::string& word);
-[[nodiscard]] std::string expand(const std::string& path);
-[[nodiscard]] std::string tilde(const std::string& path);
+// A path as the user typed it made absolute: "~" is the home folder, anything relative
+// starts at the working folder.
+[[nodiscard]] std::string expand(const std::string& path, const std::string& home);
+[[nodiscard]] std::string tilde(const std::string& path, const std::string& home);
 [[nodiscard]] nlohmann::json decimal(double value, int places);
 // Prints the "Nothing was deleted" hint on standard error and returns 1.
 [[nodiscard]] int needConfirmation(const Args& args, const std::string& what);

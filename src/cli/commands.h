@@ -7,12 +7,13 @@
 // The bodies of the command-line commands, one file each.
 namespace tw::CLI {
 
-[[nodiscard]] int statusCommand(const Args& args);
-[[nodiscard]] int scanCommand(const Args& args);
-[[nodiscard]] int junkCommand(const Args& args);
-[[nodiscard]] int cleanCommand(const Args& args);
-[[nodiscard]] int trashCommand(const Args& args);
-[[nodiscard]] int historyCommand(const Args& args);
-[[nodiscard]] int screenCommand(const std::string& screen, const Provider& provider, const Args& args);
+[[nodiscard]] int statusCommand(const Args& args, const Context& context);
+[[nodiscard]] int scanCommand(const Args& args, const Context& context);
+[[nodiscard]] int junkCommand(const Args& args, const Context& context);
+[[nodiscard]] int cleanCommand(const Args& args, const Context& context);
+[[nodiscard]] int trashCommand(const Args& args, const Context& context);
+[[nodiscard]] int historyCommand(const Args& args, const Context& context);
+[[nodiscard]] int screenCommand(const std::string& screen, const Provider& provider, const Args& args,
+                                const Context& context);
 
 }  // namespace tw::CLI

@@ -18,9 +18,9 @@ nlohmann::json entryJSON(const HistoryEntry& entry) {
 
 }  // namespace
 
-int historyCommand(const Args& args) {
+int historyCommand(const Args& args, const Context& context) {
   const std::int64_t limit = args.number("limit", 20, 1);
-  const std::vector<HistoryEntry> all = History::entries();
+  const std::vector<HistoryEntry> all = context.history->entries();
   const std::size_t shown = std::min<std::size_t>(all.size(), static_cast<std::size_t>(limit));
   // Newest first: the log keeps the newest last.
   const std::vector<HistoryEntry> newest(all.rbegin(), all.rbegin() + static_cast<std::ptrdiff_t>(shown));

@@ -1,6 +1,6 @@
 #include "cli/cli.h"
-#include "core/path.h"
 #include "core/text.h"
+#include "fs/path.h"
 
 namespace tw::CLI {
 namespace {
@@ -24,20 +24,20 @@ struct Overloaded : Cases... {
 
 }  // namespace
 
-std::string describe(const DevAction& action) {
+std::string describe(const DevAction& action, const std::string& home) {
   return std::visit(
       Overloaded{
-          [](const DevAction::RemovePaths& remove) -> std::string {
-            if (remove.paths.size() == 1) return "delete " + tilde(remove.paths.front());
+          [&](const DevAction::RemovePaths& remove) -> std::string {
+            if (remove.paths.size() == 1) return "delete " + tilde(remove.paths.front(), home);
             if (remove.paths.empty()) return "delete 0 paths";
             return "delete " + std::to_string(remove.paths.size()) + " paths in " +
-                   tilde(parentPath(remove.paths.front()));
+                   tilde(parentPath(remove.paths.front()), home);
           },
-          [](const DevAction::Trash& trash) -> std::string {
+          [&](const DevAction::Trash& trash) -> std::string {
             std::string text = "move to Trash: ";
             for (std::size_t i = 0; i < trash.paths.size(); ++i) {
               if (i > 0) text += ", ";
-              text += tilde(trash.paths[i]);
+              text += tilde(trash.paths[i], home);
             }
             return text;
           },
@@ -56,7 +56,7 @@ std::string describe(const DevAction& action) {
       action.value);
 }
 
-nlohmann::json itemJSON(const DevItem& item) {
+nlohmann::json itemJSON(const DevItem& item, const std::string& home) {
   nlohmann::json badges = nlohmann::json::array();
   for (const auto& badge : item.badges) badges.push_back(validUtf8(badge.text));
   const auto bytes = [](const std::optional<std::int64_t>& value) {
@@ -73,7 +73,7 @@ nlohmann::json itemJSON(const DevItem& item) {
       {"warning", jsonString(item.warning)},
       {"restoreHint", jsonString(item.restoreHint)},
       {"path", jsonString(item.revealPath)},
-      {"action", validUtf8(describe(item.action))},
+      {"action", validUtf8(describe(item.action, home))},
   };
 }
 

@@ -5,6 +5,7 @@
 #include "automation/rules.h"
 #include "cli/commands.h"
 #include "core/format.h"
+#include "core/sizes.h"
 #include "core/text.h"
 #include "junk/junk_model.h"
 #include "junk/junk_scan.h"
@@ -32,13 +33,14 @@ nlohmann::json categoryJSON(const JunkCategory& category, bool withItems) {
   return json;
 }
 
-void printItems(const JunkCategory& category) {
+void printItems(const JunkCategory& category, const std::string& home) {
   std::vector<std::vector<std::string>> rows;
-  for (const auto& item : category.items()) rows.push_back({byteFormatter(item.size), tilde(item.path)});
+  for (const auto& item : category.items()) rows.push_back({byteFormatter(item.size), tilde(item.path, home)});
   table(rows, {Align::right}, "      ");
 }
 
-void printText(const JunkCategories& categories, bool withItems, std::int64_t total, std::int64_t safeTotal) {
+void printText(const JunkCategories& categories, bool withItems, std::int64_t total, std::int64_t safeTotal,
+               const std::string& home) {
   std::vector<std::vector<std::string>> rows;
   for (const auto& category : categories) {
     const std::string mark = Rules::safeCategories().contains(category->id) ? "✓ " : "  ";
@@ -50,7 +52,7 @@ void printText(const JunkCategories& categories, bool withItems, std::int64_t to
   for (std::size_t index = 0; index < categories.size() && index < lines.size(); ++index) {
     std::printf("%s\n", lines[index].c_str());
     if (const auto& note = categories[index]->note()) std::printf("      %s\n", printable(*note).c_str());
-    if (withItems) printItems(*categories[index]);
+    if (withItems) printItems(*categories[index], home);
   }
   std::printf("\nTotal %s. `tidewarden clean --safe` frees %s (✓ categories).\n", byteFormatter(total).c_str(),
               byteFormatter(safeTotal).c_str());
@@ -58,19 +60,19 @@ void printText(const JunkCategories& categories, bool withItems, std::int64_t to
 
 }  // namespace
 
-int junkCommand(const Args& args) {
-  const JunkCategories categories = JunkModel::makeCategories();
+int junkCommand(const Args& args, const Context& context) {
+  const JunkCategories categories = JunkModel::makeCategories(context);
   busy(args.json(), {}, "Looking for junk…", [&] { (void)scanJunk(categories); });
 
   std::int64_t total = 0;
   std::int64_t safeTotal = 0;
   for (const auto& category : categories) {
-    total += category->total();
-    if (Rules::safeCategories().contains(category->id)) safeTotal += category->total();
+    total = saturatingAdd(total, category->total());
+    if (Rules::safeCategories().contains(category->id)) safeTotal = saturatingAdd(safeTotal, category->total());
   }
   const bool withItems = args.has("items");
   if (!args.json()) {
-    printText(categories, withItems, total, safeTotal);
+    printText(categories, withItems, total, safeTotal, context.home);
     return 0;
   }
   nlohmann::json list = nlohmann::json::array();

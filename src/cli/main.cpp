@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "cli/cli.h"
+#include "core/context.h"
 
 namespace {
 
@@ -22,5 +23,5 @@ int main(int argc, char** argv) {
     std::fputs("tidewarden: the windowed app is not in this build; run 'tidewarden help' for the commands\n", stderr);
     return 1;
   }
-  return tw::CLI::run(arguments);
+  return tw::CLI::run(arguments, tw::Context::fromEnvironment(tw::Context::processEnvironment()));
 }

@@ -5,9 +5,8 @@
 
 #include "cli/cli.h"
 #include "core/format.h"
-#include "core/home.h"
-#include "core/path.h"
 #include "core/text.h"
+#include "fs/path.h"
 
 namespace tw::CLI {
 
@@ -86,9 +85,9 @@ std::string plural(std::int64_t count, const std::string& word) {
   return std::to_string(count) + " " + word + (count == 1 ? "" : "s");
 }
 
-std::string expand(const std::string& path) {
+std::string expand(const std::string& path, const std::string& home) {
   std::string result = path;
-  if (!result.empty() && result.front() == '~') result = homeDirectory() + result.substr(1);
+  if (!result.empty() && result.front() == '~') result = home + result.substr(1);
   if (result.empty() || result.front() != '/') {
     std::string cwd(4096, '\0');
     if (::getcwd(cwd.data(), cwd.size()) != nullptr) {
@@ -99,7 +98,7 @@ std::string expand(const std::string& path) {
   return standardizePath(result);
 }
 
-std::string tilde(const std::string& path) { return tildePath(path); }
+std::string tilde(const std::string& path, const std::string& home) { return tildePath(path, home); }
 
 nlohmann::json decimal(double value, int places) {
   char text[64];

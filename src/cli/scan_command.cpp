@@ -7,8 +7,8 @@
 #include <stdexcept>
 
 #include "cli/commands.h"
-#include "core/file_io.h"
 #include "core/format.h"
+#include "fs/file_io.h"
 #include "lens/disk_scanner.h"
 
 namespace tw::CLI {
@@ -44,7 +44,7 @@ nlohmann::json childrenJSON(const FSNode& node, const ScanView& view, std::int64
   return children;
 }
 
-void printText(const FSNode& root, const ScanView& view, double seconds) {
+void printText(const FSNode& root, const ScanView& view, double seconds, const std::string& home) {
   const auto shown = std::min<std::size_t>(root.children.size(), static_cast<std::size_t>(view.top));
   if (shown > 0) {
     std::vector<std::vector<std::string>> rows{{"SIZE", "REAL", "NAME"}};
@@ -65,7 +65,7 @@ void printText(const FSNode& root, const ScanView& view, double seconds) {
     std::printf("  %s under 1 MB (%s)\n", plural(root.smallCount, "item").c_str(),
                 byteFormatter(root.smallBytes).c_str());
   }
-  std::printf("\n%s: %s (%s freeable) in %s, %.1fs\n", printable(tilde(root.name)).c_str(),
+  std::printf("\n%s: %s (%s freeable) in %s, %.1fs\n", printable(tilde(root.name, home)).c_str(),
               byteFormatter(root.size).c_str(), byteFormatter(root.freeable).c_str(),
               plural(root.itemCount, "item").c_str(), seconds);
   std::printf("\nREAL is the space deleting would free (APFS clones and hard links excluded).\n");
@@ -73,17 +73,17 @@ void printText(const FSNode& root, const ScanView& view, double seconds) {
 
 }  // namespace
 
-int scanCommand(const Args& args) {
+int scanCommand(const Args& args, const Context& context) {
   const ScanView view{args.number("top", 20, 1), args.number("depth", 1, 0)};
-  const std::string path = folderToScan(expand(args.positional.empty() ? "~" : args.positional.front()));
+  const std::string path = folderToScan(expand(args.positional.empty() ? "~" : args.positional.front(), context.home));
 
   DiskScanner scanner(DiskScanner::skipsFor(path));
-  const auto progress = [&scanner] {
-    return "· " + plural(scanner.items(), "item") + " · " + printable(tilde(scanner.current()));
+  const auto progress = [&scanner, &context] {
+    return "· " + plural(scanner.items(), "item") + " · " + printable(tilde(scanner.current(), context.home));
   };
   const auto started = std::chrono::steady_clock::now();
-  const auto root =
-      busy(args.json(), progress, "Scanning " + printable(tilde(path)), [&] { return scanner.scan(path); });
+  const auto root = busy(args.json(), progress, "Scanning " + printable(tilde(path, context.home)),
+                         [&] { return scanner.scan(path); });
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
 
   if (args.json()) {
@@ -96,7 +96,7 @@ int scanCommand(const Args& args) {
           {"smallBytes", root->smallBytes},
           {"children", childrenJSON(*root, view, 1)}});
   } else {
-    printText(*root, view, seconds);
+    printText(*root, view, seconds, context.home);
   }
   return 0;
 }

@@ -3,16 +3,12 @@
 
 #include "cli/commands.h"
 #include "core/format.h"
-#include "core/history.h"
+#include "core/removal_service.h"
+#include "core/sizes.h"
 #include "screens/registry.h"
 
 namespace tw::CLI {
 namespace {
-
-struct Failure {
-  std::string name;
-  std::string error;
-};
 
 std::string screenTitle(const std::string& screen) {
   const auto pane = paneNamed(screen);
@@ -52,11 +48,11 @@ std::vector<DevItem> preselected(const std::vector<DevGroupPtr>& groups) {
   return items;
 }
 
-nlohmann::json groupJSON(const DevGroup& group) {
+nlohmann::json groupJSON(const DevGroup& group, const std::string& home) {
   nlohmann::json badges = nlohmann::json::array();
   for (const auto& badge : group.badges()) badges.push_back(printable(badge.text));
   nlohmann::json items = nlohmann::json::array();
-  for (const auto& item : group.items()) items.push_back(itemJSON(item));
+  for (const auto& item : group.items()) items.push_back(itemJSON(item, home));
   return {{"id", printable(group.id)},
           {"title", printable(group.title)},
           {"subtitle", printable(group.subtitle)},
@@ -89,17 +85,17 @@ void printListText(const std::string& screen, const std::vector<DevGroupPtr>& gr
   std::printf("Preview cleanup with `tidewarden %s clean --selected --dry-run`.\n", screen.c_str());
 }
 
-int list(const std::string& screen, const ProviderResult& result, const Args& args) {
+int list(const std::string& screen, const ProviderResult& result, const Args& args, const std::string& home) {
   const auto groups = keptGroups(result, args.has("selected"));
   std::int64_t total = 0;
-  for (const auto& group : groups) total += group->total();
+  for (const auto& group : groups) total = saturatingAdd(total, group->total());
   const std::int64_t selectedTotal = freeableSum(preselected(groups));
   if (!args.json()) {
     printListText(screen, groups, result.note, total);
     return 0;
   }
   nlohmann::json groupList = nlohmann::json::array();
-  for (const auto& group : groups) groupList.push_back(groupJSON(*group));
+  for (const auto& group : groups) groupList.push_back(groupJSON(*group, home));
   emit({{"provider", screen},
         {"note", jsonString(result.note)},
         {"total", total},
@@ -108,7 +104,7 @@ int list(const std::string& screen, const ProviderResult& result, const Args& ar
   return 0;
 }
 
-int preview(const std::string& screen, const std::vector<DevItem>& items, const Args& args) {
+int preview(const std::string& screen, const std::vector<DevItem>& items, const Args& args, const std::string& home) {
   const bool dryRun = args.has("dry-run");
   const std::int64_t total = freeableSum(items);
   std::vector<std::string> warnings;
@@ -118,7 +114,7 @@ int preview(const std::string& screen, const std::vector<DevItem>& items, const 
   if (args.json()) {
     nlohmann::json list = nlohmann::json::array();
     for (const auto& item : items)
-      list.push_back({{"name", printable(item.name)}, {"action", printable(describe(item.action))}});
+      list.push_back({{"name", printable(item.name)}, {"action", printable(describe(item.action, home))}});
     nlohmann::json warningList = nlohmann::json::array();
     for (const auto& warning : warnings) warningList.push_back(printable(warning));
     emit({{"dryRun", dryRun},
@@ -132,7 +128,7 @@ int preview(const std::string& screen, const std::vector<DevItem>& items, const 
     std::printf("%s %s, freeing about %s:\n", dryRun ? "Would run" : "Will run",
                 plural(static_cast<std::int64_t>(items.size()), "action").c_str(), byteFormatter(total).c_str());
     std::vector<std::vector<std::string>> rows;
-    for (const auto& item : items) rows.push_back({item.name, describe(item.action)});
+    for (const auto& item : items) rows.push_back({item.name, describe(item.action, home)});
     table(rows, {}, "  ");
     if (!warnings.empty()) {
       std::printf("\nWarnings:\n");
@@ -143,7 +139,7 @@ int preview(const std::string& screen, const std::vector<DevItem>& items, const 
   return needConfirmation(args, "run them");
 }
 
-int clean(const std::string& screen, const ProviderResult& result, const Args& args) {
+int clean(const std::string& screen, const ProviderResult& result, const Args& args, const Context& context) {
   const auto items = preselected(result.groups);
   if (items.empty()) {
     if (args.json()) {
@@ -158,47 +154,49 @@ int clean(const std::string& screen, const ProviderResult& result, const Args& a
     }
     return 0;
   }
-  if (args.has("dry-run") || !args.has("yes")) return preview(screen, items, args);
+  if (args.has("dry-run") || !args.has("yes")) return preview(screen, items, args, context.home);
 
+  std::vector<RemovalItem> removals;
+  for (const auto& item : items) removals.push_back(RemovalItem::of(item));
   std::atomic<std::size_t> finished{0};
-  std::int64_t freed = 0;
-  std::vector<Failure> failures;
-  busy(
+  RemovalOptions options;
+  options.category = "Developer";
+  options.finished = &finished;
+  const RemovalReport report = busy(
       args.json(), [&] { return std::to_string(finished.load()) + "/" + std::to_string(items.size()); }, "Cleaning",
-      [&] {
-        for (const auto& item : items) {
-          if (const auto error = item.action.perform()) {
-            failures.push_back({item.name, *error});
-          } else {
-            freed += item.freeable.value_or(0);
-            History::record("Developer", item.name, item.freeable.value_or(0), item.restoreHint);
-          }
-          ++finished;
-        }
-      });
-  const std::size_t done = items.size() - failures.size();
+      [&] { return runRemovals(context, removals, options); });
+  std::size_t failures = 0;
+  nlohmann::json failed = nlohmann::json::array();
+  for (std::size_t index = 0; index < items.size(); ++index) {
+    const auto error = report.outcomes[index].error();
+    if (!error) continue;
+    ++failures;
+    if (args.json()) {
+      failed.push_back({{"name", printable(items[index].name)}, {"error", printable(*error)}});
+    }
+  }
+  const std::size_t done = items.size() - failures;
   if (args.json()) {
-    nlohmann::json failed = nlohmann::json::array();
-    for (const auto& failure : failures)
-      failed.push_back({{"name", printable(failure.name)}, {"error", printable(failure.error)}});
     emit({{"dryRun", false},
           {"confirmed", true},
-          {"freed", freed},
+          {"freed", report.freed},
           {"done", done},
           {"failed", failed},
           {"provider", screen}});
   } else {
-    std::printf("Freed %s (%zu done).\n", byteFormatter(freed).c_str(), done);
-    for (const auto& failure : failures) {
-      std::printf("  failed: %s: %s\n", printable(failure.name).c_str(), printable(failure.error).c_str());
+    std::printf("Freed %s (%zu done).\n", byteFormatter(report.freed).c_str(), done);
+    for (std::size_t index = 0; index < items.size(); ++index) {
+      if (const auto error = report.outcomes[index].error()) {
+        std::printf("  failed: %s: %s\n", printable(items[index].name).c_str(), printable(*error).c_str());
+      }
     }
   }
-  return failures.empty() ? 0 : 1;
+  return failures == 0 ? 0 : 1;
 }
 
 }  // namespace
 
-int screenCommand(const std::string& screen, const Provider& provider, const Args& args) {
+int screenCommand(const std::string& screen, const Provider& provider, const Args& args, const Context& context) {
   const std::string subcommand = args.positional.empty() ? "list" : args.positional.front();
   if (subcommand != "list" && subcommand != "clean") {
     throw UsageError("unknown " + screen + " subcommand '" + subcommand + "' (expected 'clean')");
@@ -211,8 +209,9 @@ int screenCommand(const std::string& screen, const Provider& provider, const Arg
   if (!cleaning && (args.has("yes") || args.has("dry-run"))) {
     throw UsageError("--yes and --dry-run only apply to `" + screen + " clean --selected`");
   }
-  const ProviderResult result = busy(args.json(), nullptr, "Loading " + screenTitle(screen), provider);
-  return cleaning ? clean(screen, result, args) : list(screen, result, args);
+  const ProviderResult result =
+      busy(args.json(), nullptr, "Loading " + screenTitle(screen), [&] { return provider(context); });
+  return cleaning ? clean(screen, result, args, context) : list(screen, result, args, context.home);
 }
 
 }  // namespace tw::CLI

@@ -19,8 +19,8 @@ std::string repeated(const std::string& text, int count) {
 
 }  // namespace
 
-int statusCommand(const Args& args) {
-  const VolumeInfo volume = reportedVolume();
+int statusCommand(const Args& args, const Context& context) {
+  const VolumeInfo volume = reportedVolume(context);
   const std::int64_t used = std::max<std::int64_t>(0, volume.total - volume.available);
   const double usedShare = volume.total > 0 ? static_cast<double>(used) / static_cast<double>(volume.total) : 0;
 

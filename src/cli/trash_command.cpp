@@ -6,6 +6,7 @@
 #include "cli/commands.h"
 #include "core/format.h"
 #include "core/measure.h"
+#include "core/sizes.h"
 #include "trash/trash_layout.h"
 #include "trash/trash_reader.h"
 #include "trash/trash_removal.h"
@@ -21,11 +22,12 @@ struct HomeTrash {
   std::vector<TrashItem> items;
 };
 
-HomeTrash readHomeTrash() {
-  HomeTrash trash{TrashLayout::homeDir(), {}};
-  TrashListing listing = readTrashFolder(trash.dir);
+HomeTrash readHomeTrash(const Context& context) {
+  HomeTrash trash{TrashLayout::homeDir(context), {}};
+  TrashListing listing = readTrashFolder(trash.dir, context);
   if (!listing.readable) {
-    throw std::runtime_error("can't read " + tilde(trash.dir.dir) + ". " + TrashLayout::unreadableAdvice());
+    throw std::runtime_error("can't read " + tilde(trash.dir.dir, context.home) + ". " +
+                             TrashLayout::unreadableAdvice());
   }
   std::vector<std::string> folders;
   for (const auto& item : listing.items) {
@@ -47,7 +49,7 @@ HomeTrash readHomeTrash() {
 
 std::int64_t freeableTotal(const std::vector<TrashItem>& items) {
   std::int64_t total = 0;
-  for (const auto& item : items) total += item.freeable.value_or(0);
+  for (const auto& item : items) total = saturatingAdd(total, item.freeable.value_or(0));
   return total;
 }
 
@@ -64,19 +66,19 @@ nlohmann::json itemsJSON(const std::vector<TrashItem>& items) {
   return list;
 }
 
-void printItems(const std::vector<TrashItem>& items) {
+void printItems(const std::vector<TrashItem>& items, const std::string& home) {
   std::vector<std::vector<std::string>> rows{{"NAME", "SIZE", "DELETED", "FROM"}};
   for (const auto& item : items) {
     rows.push_back({printable(item.name), byteFormatter(item.size.value_or(0)),
                     item.trashed ? localDateTime(*item.trashed) : "-",
-                    item.origin ? printable(tilde(*item.origin)) : "-"});
+                    item.origin ? printable(tilde(*item.origin, home)) : "-"});
   }
   table(rows, {Align::left, Align::right, Align::left, Align::left});
   std::printf("\n%s, %s\n", plural(static_cast<std::int64_t>(items.size()), "item").c_str(),
               byteFormatter(freeableTotal(items)).c_str());
 }
 
-int list(const Args& args, const HomeTrash& trash) {
+int list(const Args& args, const HomeTrash& trash, const std::string& home) {
   if (args.json()) {
     emit({{"total", freeableTotal(trash.items)}, {"count", trash.items.size()}, {"items", itemsJSON(trash.items)}});
     return 0;
@@ -85,11 +87,11 @@ int list(const Args& args, const HomeTrash& trash) {
     std::printf("The Trash is empty.\n");
     return 0;
   }
-  printItems(trash.items);
+  printItems(trash.items, home);
   return 0;
 }
 
-int preview(const Args& args, const HomeTrash& trash) {
+int preview(const Args& args, const HomeTrash& trash, const std::string& home) {
   const bool dryRun = args.has("dry-run");
   if (args.json()) {
     emit({{"dryRun", dryRun},
@@ -98,20 +100,20 @@ int preview(const Args& args, const HomeTrash& trash) {
           {"count", trash.items.size()},
           {"items", itemsJSON(trash.items)}});
   } else {
-    printItems(trash.items);
+    printItems(trash.items, home);
     std::printf("\n%s everything above. This can't be undone.\n",
                 dryRun ? "Would permanently delete" : "Will permanently delete");
   }
   return dryRun ? 0 : needConfirmation(args, "empty the Trash");
 }
 
-void printPaths(const std::vector<std::string>& paths, const std::string& heading) {
+void printPaths(const std::vector<std::string>& paths, const std::string& heading, const std::string& home) {
   if (paths.empty()) return;
   std::printf("%zu%s\n", paths.size(), heading.c_str());
-  for (const auto& path : paths) std::printf("  %s\n", printable(tilde(path)).c_str());
+  for (const auto& path : paths) std::printf("  %s\n", printable(tilde(path, home)).c_str());
 }
 
-int empty(const Args& args, const HomeTrash& trash) {
+int empty(const Args& args, const HomeTrash& trash, const Context& context) {
   if (trash.items.empty()) {
     if (args.json()) {
       emit({{"dryRun", args.has("dry-run")},
@@ -125,13 +127,13 @@ int empty(const Args& args, const HomeTrash& trash) {
     }
     return 0;
   }
-  if (!args.has("yes") || args.has("dry-run")) return preview(args, trash);
+  if (!args.has("yes") || args.has("dry-run")) return preview(args, trash, context.home);
 
   const auto total = static_cast<std::int64_t>(trash.items.size());
-  std::atomic<std::int64_t> done{0};
+  std::atomic<std::size_t> done{0};
   const auto status = [&done, total] { return std::to_string(done.load()) + "/" + std::to_string(total); };
   const TrashRemoval removal = busy(args.json(), status, "Emptying the Trash (" + plural(total, "item") + ")",
-                                    [&] { return removeFromTrash(trash.items, {trash.dir}, [&done] { ++done; }); });
+                                    [&] { return removeFromTrash(trash.items, {trash.dir}, context, &done); });
 
   if (args.json()) {
     emit({{"dryRun", false},
@@ -144,15 +146,16 @@ int empty(const Args& args, const HomeTrash& trash) {
     std::printf("Deleted %s, freed about %s\n",
                 plural(static_cast<std::int64_t>(removal.removed.size()), "item").c_str(),
                 byteFormatter(removal.freed).c_str());
-    printPaths(removal.needsAdmin, " need administrator rights; delete them from the Tidewarden app or with sudo:");
-    printPaths(removal.blocked, " could not be deleted (in use or protected):");
+    printPaths(removal.needsAdmin,
+               " need administrator rights; delete them from the Tidewarden app or with sudo:", context.home);
+    printPaths(removal.blocked, " could not be deleted (in use or protected):", context.home);
   }
   return removal.needsAdmin.empty() && removal.blocked.empty() ? 0 : 1;
 }
 
 }  // namespace
 
-int trashCommand(const Args& args) {
+int trashCommand(const Args& args, const Context& context) {
   const std::string subcommand = args.positional.empty() ? "list" : args.positional.front();
   if (subcommand != "list" && subcommand != "empty") {
     throw UsageError("unknown trash subcommand '" + subcommand + "' (expected 'list' or 'empty')");
@@ -160,8 +163,8 @@ int trashCommand(const Args& args) {
   if (subcommand == "list" && (args.has("yes") || args.has("dry-run"))) {
     throw UsageError("--yes and --dry-run only apply to `trash empty`");
   }
-  const HomeTrash trash = busy(args.json(), nullptr, "Reading the Trash…", readHomeTrash);
-  return subcommand == "list" ? list(args, trash) : empty(args, trash);
+  const HomeTrash trash = busy(args.json(), nullptr, "Reading the Trash…", [&] { return readHomeTrash(context); });
+  return subcommand == "list" ? list(args, trash, context.home) : empty(args, trash, context);
 }
 
 }  // namespace tw::CLI

@@ -1,12 +1,13 @@
-#include <string>
-
 #include "core/app_paths.h"
-#include "core/home.h"
 
 namespace tw {
 
-std::string applicationSupportFolder() { return homeDirectory() + "/Library/Application Support/Tidewarden"; }
+std::string applicationSupportFolder(const Context& context) {
+  return context.home + "/Library/Application Support/Tidewarden";
+}
 
-std::string settingsFilePath() { return homeDirectory() + "/Library/Preferences/Tidewarden.settings.json"; }
+std::string settingsFilePath(const Context& context) {
+  return context.home + "/Library/Preferences/Tidewarden.settings.json";
+}
 
 }  // namespace tw

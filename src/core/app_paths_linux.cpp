@@ -1,12 +1,9 @@
-#include <string>
-
 #include "core/app_paths.h"
-#include "core/xdg_folders.h"
 
 namespace tw {
 
-std::string applicationSupportFolder() { return xdgFolder("XDG_DATA_HOME", "/.local/share") + "/Tidewarden"; }
+std::string applicationSupportFolder(const Context& context) { return context.dataHome + "/Tidewarden"; }
 
-std::string settingsFilePath() { return xdgFolder("XDG_CONFIG_HOME", "/.config") + "/Tidewarden/settings.json"; }
+std::string settingsFilePath(const Context& context) { return context.configHome + "/Tidewarden/settings.json"; }
 
 }  // namespace tw

@@ -3,14 +3,21 @@
 #include <optional>
 #include <string>
 
+#include "core/context.h"
+
 namespace tw {
 
 // macOS only. The text made safe inside a double-quoted AppleScript string: every
 // backslash doubled first, then every double quote preceded by a backslash.
 [[nodiscard]] std::string appleScriptEscaped(const std::string& text);
 
-// Runs a script with osascript; nothing on success, otherwise the error text it reports,
-// or "Cancelled" when it reports none (as when the password prompt is dismissed).
-[[nodiscard]] std::optional<std::string> runAppleScript(const std::string& script);
+struct AppleScriptError {
+  enum class Status { cancelled, failed };  // cancelled: the user dismissed a prompt
+  Status status = Status::failed;
+  std::string message;  // the error text the script runner reported
+};
+
+// Runs a script with osascript; nothing on success.
+[[nodiscard]] std::optional<AppleScriptError> runAppleScript(const std::string& script, const Context& context);
 
 }  // namespace tw

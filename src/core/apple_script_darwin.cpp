@@ -18,9 +18,9 @@ std::string appleScriptEscaped(const std::string& text) {
   return escaped;
 }
 
-std::optional<std::string> runAppleScript(const std::string& script) {
+std::optional<AppleScriptError> runAppleScript(const std::string& script, const Context& context) {
   // Prompts can wait for the user for a long time.
-  const auto result = Shell::run("/usr/bin/osascript", {"-e", script}, 1800);
+  const auto result = Shell::run("/usr/bin/osascript", {"-e", script}, 1800, context);
   if (result.code == 0) return std::nullopt;
   std::string message = trimmed(result.err);
   // osascript prefixes "execution error: " and appends the error number in brackets.
@@ -30,8 +30,10 @@ std::optional<std::string> runAppleScript(const std::string& script) {
   if (const auto number = message.rfind(" ("); number != std::string::npos && message.ends_with(")")) {
     message = message.substr(0, number);
   }
-  if (message.empty() || message.find("User canceled") != std::string::npos) return "Cancelled";
-  return message;
+  if (message.empty() || message.find("User canceled") != std::string::npos) {
+    return AppleScriptError{AppleScriptError::Status::cancelled, ""};
+  }
+  return AppleScriptError{AppleScriptError::Status::failed, message};
 }
 
 }  // namespace tw

@@ -9,6 +9,10 @@ namespace tw {
 
 using Date = std::chrono::system_clock::time_point;
 
+// Thirty days: how long something must have been left alone to count as stale (the stale
+// filter, idle projects, old items in the Trash).
+inline constexpr std::chrono::seconds staleAge{2'592'000};
+
 // ISO 8601 in UTC with whole seconds, e.g. "2026-08-02T09:41:07Z".
 [[nodiscard]] std::string iso8601(Date date);
 

@@ -1,13 +1,13 @@
-#include <sys/stat.h>
-
 #include "core/dev_item.h"
 #include "core/dev_safety.h"
-#include "core/path.h"
+#include "core/file_manager.h"
 #include "core/privileged.h"
 #include "core/shell.h"
 #include "core/text.h"
-#include "core/trash_mover.h"
-#include "lens/safe_remove.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/safe_remove.h"
+#include "fs/trash_mover.h"
 
 namespace tw {
 namespace {
@@ -15,59 +15,83 @@ namespace {
 // Tool commands may rebuild indexes or prune large caches.
 constexpr double commandTimeout = 300;
 
-bool existsWithoutFollowing(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0;
+bool refusedForLackOfRights(const std::error_code& error) {
+  return error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
 }
 
-std::optional<std::string> removeEach(const DevAction::RemovePaths& action) {
+ActionOutcome removeEach(const DevAction::RemovePaths& action, const Context& context) {
   for (const auto& path : action.paths) {
-    if (!existsWithoutFollowing(path)) continue;  // already gone is as good as removed
-    if (!DevSafety::canRemove(path)) return "Refused to delete " + path;
+    if (context.stopRequested()) return ActionOutcome::cancellation();
+    if (!pathExists(path)) continue;  // already gone is as good as removed
+    if (!DevSafety::canRemove(path, context)) return ActionOutcome::failure("Refused to delete " + path);
     // The same descriptor-walking removal as DiskScanner::remove, whose home-only guard
     // would refuse project roots elsewhere; here canRemove is the guard, and we keep the
     // system's reason for the message.
     if (const auto error = removeTreeSafely(path)) {
-      return "Couldn't delete " + lastPathComponent(path) + ": " + error.message();
+      std::string reason = "Couldn't delete " + lastPathComponent(path) + ": " + error.message();
+      return refusedForLackOfRights(error) ? ActionOutcome::needsRights(std::move(reason))
+                                           : ActionOutcome::failure(std::move(reason));
     }
   }
-  return std::nullopt;
+  return ActionOutcome::success();
 }
 
-std::optional<std::string> trashEach(const DevAction::Trash& action) {
+ActionOutcome trashEach(const DevAction::Trash& action, const Context& context) {
   for (const auto& path : action.paths) {
-    if (!existsWithoutFollowing(path)) continue;
-    if (!moveToTrash(path)) return "Couldn't move " + lastPathComponent(path) + " to the Trash";
+    if (context.stopRequested()) return ActionOutcome::cancellation();
+    if (!pathExists(path)) continue;
+    // What the Trash mover cannot move, the system's file manager may (where there is one).
+    if (moveToTrash(path, {context.home, context.dataHome}) &&
+        (trashWithFileManager(path, context) || pathExists(path))) {
+      return ActionOutcome::failure("Couldn't move " + lastPathComponent(path) + " to the Trash");
+    }
   }
-  return std::nullopt;
+  return ActionOutcome::success();
 }
 
-std::optional<std::string> runEach(const DevAction::Commands& action) {
+ActionOutcome runEach(const DevAction::Commands& action, const Context& context) {
   for (const auto& command : action.commands) {
     if (command.empty()) continue;
+    if (context.stopRequested()) return ActionOutcome::cancellation();
     const std::vector<std::string> arguments(command.begin() + 1, command.end());
-    const auto result = Shell::run(command.front(), arguments, commandTimeout);
+    const auto result = Shell::run(command.front(), arguments, commandTimeout, context);
     if (result.code == 0) continue;
     std::string error = trimmed(result.err);
-    return error.empty() ? lastPathComponent(command.front()) + " failed" : error;
+    return ActionOutcome::failure(error.empty() ? lastPathComponent(command.front()) + " failed" : error);
   }
-  return std::nullopt;
+  return ActionOutcome::success();
+}
+
+ActionOutcome runAsAdmin(const DevAction::Admin& action, const Context& context) {
+  const AdminResult result = runAsAdministrator(action.command, context);
+  switch (result.status) {
+    case AdminResult::Status::done:
+      return ActionOutcome::success();
+    case AdminResult::Status::cancelled:
+      return ActionOutcome::cancellation();
+    case AdminResult::Status::unavailable:
+      return ActionOutcome::failure("Administrator actions need pkexec (policykit), which isn't installed.");
+    case AdminResult::Status::failed:
+      break;
+  }
+  return ActionOutcome::failure(result.detail);
 }
 
 struct Performer {
-  std::optional<std::string> operator()(const DevAction::RemovePaths& action) const { return removeEach(action); }
-  std::optional<std::string> operator()(const DevAction::Trash& action) const { return trashEach(action); }
-  std::optional<std::string> operator()(const DevAction::Admin& action) const {
-    return runAsAdministrator(action.command);
+  const Context& context;
+  ActionOutcome operator()(const DevAction::RemovePaths& action) const { return removeEach(action, context); }
+  ActionOutcome operator()(const DevAction::Trash& action) const { return trashEach(action, context); }
+  ActionOutcome operator()(const DevAction::Admin& action) const { return runAsAdmin(action, context); }
+  ActionOutcome operator()(const DevAction::Custom& action) const {
+    if (!action.run) return ActionOutcome::success();
+    auto error = action.run();
+    return error ? ActionOutcome::failure(std::move(*error)) : ActionOutcome::success();
   }
-  std::optional<std::string> operator()(const DevAction::Custom& action) const {
-    return action.run ? action.run() : std::nullopt;
-  }
-  std::optional<std::string> operator()(const DevAction::Commands& action) const { return runEach(action); }
+  ActionOutcome operator()(const DevAction::Commands& action) const { return runEach(action, context); }
 };
 
 }  // namespace
 
-std::optional<std::string> DevAction::perform() const { return std::visit(Performer{}, value); }
+ActionOutcome DevAction::perform(const Context& context) const { return std::visit(Performer{context}, value); }
 
 }  // namespace tw

@@ -8,18 +8,22 @@ DevGroup::DevGroup(std::string id, std::string title, std::string subtitle, std:
 void DevGroup::setBadges(std::vector<Badge> badges) {
   if (badges == badges_) return;
   badges_ = std::move(badges);
-  notify("badges");
+  notify(DevGroupField::badges);
 }
 
 void DevGroup::setItems(std::vector<DevItem> items) {
   items_ = std::move(items);
-  notify("items");
+  notify(DevGroupField::items);
 }
 
 void DevGroup::setNote(std::optional<std::string> note) {
   if (note == note_) return;
   note_ = std::move(note);
-  notify("note");
+  notify(DevGroupField::note);
+}
+
+void DevGroup::announceSelection(std::vector<std::size_t> rows) const {
+  notify(DevGroupField::selection, std::move(rows));
 }
 
 std::int64_t DevGroup::total() const { return freeableSum(items_); }

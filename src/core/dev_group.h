@@ -5,13 +5,18 @@
 #include <string>
 #include <vector>
 
+#include "core/context.h"
 #include "core/date.h"
 #include "core/dev_item.h"
 #include "core/observable.h"
 
 namespace tw {
 
-class DevGroup : public Observable {
+// What a DevGroup announces. `selection` (with the rows whose tick changed) comes from the
+// pane that keeps the selection.
+enum class DevGroupField { badges, items, note, selection };
+
+class DevGroup : public Observable<DevGroupField> {
  public:
   DevGroup(std::string id, std::string title, std::string subtitle, std::string icon);
 
@@ -31,6 +36,8 @@ class DevGroup : public Observable {
   void setItems(std::vector<DevItem> items);
   // Notifies only when the text or its presence changes.
   void setNote(std::optional<std::string> note);
+  // Tells observers which of its rows were ticked or unticked.
+  void announceSelection(std::vector<std::size_t> rows) const;
 
   // The space that cleaning the whole group gives back: freeable bytes, not sizes.
   [[nodiscard]] std::int64_t total() const;
@@ -48,7 +55,8 @@ struct ProviderResult {
   std::optional<std::string> note;
 };
 
-// A screen's scanner: synchronous, never throws, keeps no state between calls.
-using Provider = std::function<ProviderResult()>;
+// A screen's scanner: synchronous, never throws, keeps no state between calls, and reads
+// its world (home folder, environment, settings, stop token) from the context only.
+using Provider = std::function<ProviderResult(const Context&)>;
 
 }  // namespace tw

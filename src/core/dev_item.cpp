@@ -1,5 +1,7 @@
 #include "core/dev_item.h"
 
+#include "core/sizes.h"
+
 namespace tw {
 
 DevAction DevAction::removePaths(std::vector<std::string> paths) { return DevAction{RemovePaths{std::move(paths)}}; }
@@ -18,7 +20,7 @@ DevAction DevAction::commands(std::vector<std::vector<std::string>> commands) {
 
 std::int64_t freeableSum(const std::vector<DevItem>& items) {
   std::int64_t sum = 0;
-  for (const auto& item : items) sum += item.freeable.value_or(0);
+  for (const auto& item : items) sum = saturatingAdd(sum, item.freeable.value_or(0));
   return sum;
 }
 

@@ -7,6 +7,9 @@
 #include <variant>
 #include <vector>
 
+#include "core/action_outcome.h"
+#include "core/context.h"
+
 namespace tw {
 
 struct Badge {
@@ -18,8 +21,7 @@ struct Badge {
   friend bool operator==(const Badge&, const Badge&) = default;
 };
 
-// What removing an item does. `perform` carries it out and returns an error text, or
-// nothing on success.
+// What removing an item does. `perform` carries it out and says how that ended.
 struct DevAction {
   struct RemovePaths {
     std::vector<std::string> paths;
@@ -45,7 +47,8 @@ struct DevAction {
   static DevAction custom(std::function<std::optional<std::string>()> run);
   static DevAction commands(std::vector<std::vector<std::string>> commands);
 
-  [[nodiscard]] std::optional<std::string> perform() const;
+  // Blocks; runs tools through the shell runner and honours the context's stop token.
+  [[nodiscard]] ActionOutcome perform(const Context& context) const;
 };
 
 struct ExtraAction {

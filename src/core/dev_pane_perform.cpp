@@ -1,112 +1,39 @@
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
-#include <algorithm>
-#include <mutex>
-
-#include "core/concurrent.h"
 #include "core/dev_pane.h"
-#include "core/format.h"
-#include "core/history.h"
+#include "core/removal_service.h"
 
 namespace tw {
-namespace {
-
-constexpr std::size_t failuresShown = 3;
-
-bool onlyDirectRemovals(const std::vector<DevItem>& items) {
-  for (const auto& item : items) {
-    if (!std::holds_alternative<DevAction::RemovePaths>(item.action.value)) return false;
-  }
-  return true;
-}
-
-// Runs every item's action (or the override) and returns one error slot per item.
-// `finished` hears the running count of finished items, in order.
-std::vector<std::optional<std::string>> performAll(const std::vector<DevItem>& items,
-                                                   const std::optional<DevAction>& override,
-                                                   const std::function<void(int)>& finished) {
-  std::vector<std::optional<std::string>> errors(items.size());  // each slot written once
-  std::mutex countLock;
-  int count = 0;
-  const auto performOne = [&](std::size_t index) {
-    const DevAction& action = override ? *override : items[index].action;
-    errors[index] = action.perform();
-    std::lock_guard lock(countLock);  // reporting under the lock keeps the counts in order
-    finished(++count);
-  };
-  // Plain deletions may run side by side; password prompts, Trash moves and tool commands
-  // run one at a time, in the given order.
-  if (!override && onlyDirectRemovals(items)) {
-    concurrentPerform(items.size(), performOne);
-  } else {
-    for (std::size_t index = 0; index < items.size(); ++index) performOne(index);
-  }
-  return errors;
-}
-
-std::string summary(std::int64_t freed, const std::vector<std::string>& failures) {
-  std::string message = freed < 1 ? std::string("Done.") : fmt::format("Freed {}.", byteFormatter(freed));
-  if (failures.empty()) return message;
-  const auto shown = std::vector<std::string>(
-      failures.begin(), failures.begin() + static_cast<std::ptrdiff_t>(std::min(failures.size(), failuresShown)));
-  return fmt::format("{} {} failed: {}", message, failures.size(), fmt::join(shown, " · "));
-}
-
-// Adds up what was freed and writes the history, one record after another: records made
-// at the same moment could drop each other's entry. Overrides (extra actions) are neither
-// counted nor recorded. Returns the result message.
-std::string account(const std::vector<DevItem>& items, const std::vector<std::optional<std::string>>& errors,
-                    bool overridden) {
-  std::int64_t freed = 0;
-  std::vector<std::string> failures;
-  for (std::size_t index = 0; index < items.size(); ++index) {
-    const DevItem& item = items[index];
-    if (errors[index]) {
-      failures.push_back(item.name + ": " + *errors[index]);
-    } else if (!overridden) {
-      const std::int64_t bytes = item.freeable.value_or(0);
-      freed += bytes;
-      History::record("Developer", item.name, bytes, item.restoreHint);
-    }
-  }
-  return summary(freed, failures);
-}
-
-}  // namespace
 
 void DevPane::perform(std::vector<DevItem> items, std::optional<DevAction> override, std::function<void()> completion) {
   busy_ = true;
-  notify("busy");
-  setProgress(0);
+  notify(DevPaneField::busy);
+  finished_.store(0, std::memory_order_relaxed);
+  notify(DevPaneField::progress);
   if (message_) {
     message_.reset();
-    notify("message");
+    notify(DevPaneField::message);
   }
-  auto self = shared_from_this();
-  runInBackground(
-      [self, items = std::move(items), override = std::move(override), completion = std::move(completion)]() mutable {
-        const auto errors = performAll(
-            items, override, [&self](int count) { self->dispatcher_([self, count] { self->setProgress(count); }); });
-        std::string message = account(items, errors, override.has_value());
-        self->dispatcher_([self, message = std::move(message), completion = std::move(completion)]() mutable {
-          self->finishPerform(std::move(message), std::move(completion));
-        });
-      });
-}
-
-void DevPane::setProgress(int progress) {
-  done_ = progress;
-  if (progress == progress_) return;
-  progress_ = progress;
-  notify("progress");
+  runner_.start([this, items = std::move(items), override = std::move(override),
+                 completion = std::move(completion)](std::stop_token stop) mutable -> TaskRunner::Result {
+    std::vector<RemovalItem> removals;
+    removals.reserve(items.size());
+    for (const auto& item : items) removals.push_back(RemovalItem::of(item, override));
+    RemovalOptions options;
+    // Extra actions are neither counted nor recorded.
+    if (!override) options.category = "Developer";
+    options.finished = &finished_;
+    const RemovalReport report = runRemovals(context_.withStop(stop), removals, options);
+    return [this, message = report.summary(removals), completion = std::move(completion)]() mutable {
+      finishPerform(std::move(message), std::move(completion));
+    };
+  });
 }
 
 void DevPane::finishPerform(std::string message, std::function<void()> completion) {
+  notify(DevPaneField::progress);
   message_ = std::move(message);
-  notify("message");
+  notify(DevPaneField::message);
   busy_ = false;
-  notify("busy");
+  notify(DevPaneField::busy);
   load([completion = std::move(completion)] {
     if (completion) completion();
   });

@@ -1,16 +1,10 @@
 #include "core/dev_safety.h"
-#include "core/file_io.h"
 
-#include <sys/stat.h>
-
-#include <climits>
-#include <cstdlib>
-#include <memory>
 #include <vector>
 
-#include "core/home.h"
-#include "core/path.h"
 #include "core/settings.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {
@@ -53,18 +47,35 @@ bool deepEnoughBelow(const std::string& path, const std::string& root) {
 
 }  // namespace
 
-bool DevSafety::canRemove(const std::string& path) {
+bool DevSafety::deepInsideHome(const std::string& path, const std::string& home) {
+  const std::string prefix = home + "/";
+  if (!path.starts_with(prefix)) return false;
+  std::string_view rest = std::string_view(path).substr(prefix.size());
+  int pieces = 0;
+  while (!rest.empty()) {
+    const std::size_t slash = rest.find('/');
+    const std::string_view piece = rest.substr(0, slash);
+    if (piece == ".." || piece == ".") return false;
+    if (!piece.empty()) ++pieces;
+    if (slash == std::string_view::npos) break;
+    rest.remove_prefix(slash + 1);
+  }
+  return pieces >= 2;
+}
+
+bool DevSafety::canRemove(const std::string& path, const Context& context) {
   const std::string standardized = standardizePath(path);
   if (standardized.empty() || standardized.front() != '/') return false;
   if (standardized.find("/../") != std::string::npos || standardized.ends_with("/..")) return false;
   const std::string target = whatItNames(standardized);
 
   // A repository root is never deleted directly, whatever else allows it.
-  struct stat info {};
-  if (::lstat((target + "/.git").c_str(), &info) == 0) return false;
+  if (pathExists(target + "/.git")) return false;
 
-  std::vector<std::string> roots{homeDirectory()};
-  for (const auto& root : DevSettings::configuredProjectRoots()) roots.push_back(root);
+  std::vector<std::string> roots{context.home};
+  if (context.settings) {
+    for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.push_back(root);
+  }
   for (const auto& root : roots) {
     if (deepEnoughBelow(target, resolvedRoot(root))) return true;
   }

@@ -1,10 +1,6 @@
 #include "core/dispatcher.h"
 
-#include <thread>
-
 namespace tw {
-
-void runInBackground(std::function<void()> work) { std::thread(std::move(work)).detach(); }
 
 Dispatcher QueueDispatcher::dispatcher() {
   return [this](std::function<void()> closure) {

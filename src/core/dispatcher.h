@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <condition_variable>
 #include <deque>
 #include <functional>
@@ -10,9 +11,6 @@ namespace tw {
 // Hands a closure to the thread that owns the observable models. The app posts to its
 // event loop; the command line and tests use a QueueDispatcher that they drain.
 using Dispatcher = std::function<void(std::function<void()>)>;
-
-// Runs `work` on a new background thread.
-void runInBackground(std::function<void()> work);
 
 class QueueDispatcher {
  public:

@@ -8,34 +8,15 @@
 #include <fmt/format.h>
 #include <simdjson.h>
 
-#include "core/app_paths.h"
-#include "core/file_io.h"
-#include "core/sample_mode.h"
 #include "core/text.h"
 #include "core/uuid.h"
+#include "fs/file_io.h"
 
 namespace tw {
 namespace {
 
 // 5000 entries take about a megabyte; anything far beyond that is not our file.
 constexpr off_t largestReadableFile = 64 << 20;
-
-// Serialises every read, write and clear of the file within this process.
-std::mutex& historyLock() {
-  static std::mutex lock;
-  return lock;
-}
-
-// Worked out once; the folder is made at that moment (a failure shows up later as an
-// unreadable or unwritable file, which every operation already absorbs).
-const std::string& historyFile() {
-  static const std::string path = [] {
-    const std::string folder = applicationSupportFolder();
-    (void)createDirectories(folder);
-    return folder + "/history.json";
-  }();
-  return path;
-}
 
 std::optional<HistoryEntry> decodeEntry(simdjson::dom::element element) {
   simdjson::dom::object object;
@@ -138,31 +119,47 @@ std::vector<HistoryEntry> readLocked(const std::string& path) {
 
 }  // namespace
 
-std::string History::filePath() { return historyFile(); }
+History::History(std::string folder, bool recording)
+    : folder_(std::move(folder)), path_(folder_ + "/history.json"), recording_(recording) {}
 
-std::vector<HistoryEntry> History::entries() {
-  const std::string& path = historyFile();
-  std::lock_guard lock(historyLock());
+const std::string& History::file() const {
+  // A failure to make the folder shows up later as an unreadable or unwritable file,
+  // which every operation already absorbs.
+  std::call_once(folderMade_, [this] { (void)createDirectories(folder_); });
+  return path_;
+}
+
+std::string History::filePath() const { return file(); }
+
+std::vector<HistoryEntry> History::entries() const {
+  const std::string& path = file();
+  std::lock_guard lock(lock_);
   return readLocked(path);
 }
 
 void History::record(const std::string& category, const std::string& name, std::int64_t bytes,
                      const std::optional<std::string>& restore) {
-  if (sampleDataMode()) return;
+  record(std::vector<HistoryRecord>{{category, name, bytes, restore}});
+}
+
+void History::record(const std::vector<HistoryRecord>& records) {
+  if (!recording_ || records.empty()) return;
   // Read and write under two separate holds of the lock: a recording that races another
-  // in between may lose that one's entry, but every file written is whole.
+  // in between may lose that one's entries, but every file written is whole.
   std::vector<HistoryEntry> list = entries();
-  std::lock_guard lock(historyLock());
-  list.push_back({makeUuid(), std::chrono::system_clock::now(), validUtf8(category), validUtf8(name), bytes,
-                  restore ? std::optional(validUtf8(*restore)) : std::nullopt});
+  std::lock_guard lock(lock_);
+  for (const auto& record : records) {
+    list.push_back({makeUuid(), std::chrono::system_clock::now(), validUtf8(record.category), validUtf8(record.name),
+                    record.bytes, record.restore ? std::optional(validUtf8(*record.restore)) : std::nullopt});
+  }
   if (list.size() > cap) list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(cap));
   // A failed write leaves the file as it was.
-  (void)writeFileAtomically(historyFile(), encode(list));
+  (void)writeFileAtomically(file(), encode(list));
 }
 
 void History::clear() {
-  const std::string& path = historyFile();
-  std::lock_guard lock(historyLock());
+  const std::string& path = file();
+  std::lock_guard lock(lock_);
   ::unlink(path.c_str());
 }
 

@@ -3,8 +3,12 @@
 
 namespace tw {
 
-std::optional<std::string> runAsAdministrator(const std::string& command) {
-  return runAppleScript("do shell script \"" + appleScriptEscaped(command) + "\" with administrator privileges");
+AdminResult runAsAdministrator(const std::string& command, const Context& context) {
+  const auto error =
+      runAppleScript("do shell script \"" + appleScriptEscaped(command) + "\" with administrator privileges", context);
+  if (!error) return {};
+  if (error->status == AppleScriptError::Status::cancelled) return {AdminResult::Status::cancelled, ""};
+  return {AdminResult::Status::failed, error->message};
 }
 
 }  // namespace tw

@@ -12,14 +12,14 @@ constexpr int pkexecNotAuthorized = 126;
 
 }  // namespace
 
-std::optional<std::string> runAsAdministrator(const std::string& command) {
-  const auto pkexec = Shell::which("pkexec");
-  if (!pkexec) return "Administrator actions need pkexec (policykit), which isn't installed.";
-  const auto result = Shell::run(*pkexec, {"/bin/sh", "-c", command}, adminTimeout);
-  if (result.code == 0) return std::nullopt;
-  const std::string message = trimmed(result.err);
-  if (result.code == pkexecNotAuthorized || message.empty()) return "Cancelled";
-  return message;
+AdminResult runAsAdministrator(const std::string& command, const Context& context) {
+  const auto pkexec = Shell::which("pkexec", context);
+  if (!pkexec) return {AdminResult::Status::unavailable, ""};
+  const auto result = Shell::run(*pkexec, {"/bin/sh", "-c", command}, adminTimeout, context);
+  if (result.code == 0) return {};
+  std::string message = trimmed(result.err);
+  if (result.code == pkexecNotAuthorized || message.empty()) return {AdminResult::Status::cancelled, ""};
+  return {AdminResult::Status::failed, std::move(message)};
 }
 
 }  // namespace tw

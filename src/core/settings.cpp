@@ -1,43 +1,100 @@
 #include "core/settings.h"
 
+#include <sys/stat.h>
+
 #include <cstdio>
 
 #include "core/app_paths.h"
-#include "core/file_io.h"
-#include "core/home.h"
-#include "core/path.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/stat_times.h"
 
 namespace tw {
+namespace {
 
-Settings& Settings::shared() {
-  static Settings settings;
-  return settings;
+std::set<std::string> differingKeys(const nlohmann::json& before, const nlohmann::json& after) {
+  std::set<std::string> keys;
+  for (const auto& [key, value] : before.items()) {
+    if (!after.contains(key) || after[key] != value) keys.insert(key);
+  }
+  for (const auto& [key, value] : after.items()) {
+    if (!before.contains(key)) keys.insert(key);
+  }
+  return keys;
 }
 
-nlohmann::json& Settings::stored() {
-  const std::string path = settingsFilePath();
-  if (path == loadedPath_) return stored_;
-  loadedPath_ = path;
-  stored_ = nlohmann::json::object();
-  const auto contents = readWholeFile(path);
-  if (!contents) return stored_;
-  auto parsed = nlohmann::json::parse(*contents, nullptr, /*allow_exceptions=*/false);
-  if (parsed.is_object()) {
-    stored_ = std::move(parsed);
-  } else {
-    // Keep the damaged file for the user before a later write replaces it.
-    std::rename(path.c_str(), (path + ".bad").c_str());
-    std::fprintf(stderr, "tidewarden: settings file %s is damaged; using defaults (kept as %s.bad)\n", path.c_str(),
-                 path.c_str());
+}  // namespace
+
+Settings::Settings(std::string path) : path_(std::move(path)) {}
+
+Settings::Stamp Settings::currentStamp() const {
+  struct stat info {};
+  if (::stat(path_.c_str(), &info) != 0) return {};
+  return {true,
+          static_cast<std::uint64_t>(info.st_dev),
+          static_cast<std::uint64_t>(info.st_ino),
+          static_cast<std::int64_t>(info.st_size),
+          modifiedNanoseconds(info),
+          changedNanoseconds(info)};
+}
+
+std::set<std::string> Settings::reloadIfChanged() {
+  const Stamp stamp = currentStamp();
+  if (loaded_ && *loaded_ == stamp) return {};
+  loaded_ = stamp;
+  nlohmann::json fresh = nlohmann::json::object();
+  if (const auto contents = stamp.present ? readWholeFile(path_) : std::nullopt) {
+    auto parsed = nlohmann::json::parse(*contents, nullptr, /*allow_exceptions=*/false);
+    if (parsed.is_object()) {
+      fresh = std::move(parsed);
+    } else {
+      // Keep the damaged file for the user before a later write replaces it.
+      std::rename(path_.c_str(), (path_ + ".bad").c_str());
+      std::fprintf(stderr, "tidewarden: settings file %s is damaged; using defaults (kept as %s.bad)\n", path_.c_str(),
+                   path_.c_str());
+      loaded_ = currentStamp();
+    }
   }
-  return stored_;
+  auto changed = differingKeys(stored_, fresh);
+  stored_ = std::move(fresh);
+  return changed;
 }
 
 void Settings::save() {
-  const std::string path = loadedPath_;
-  createDirectories(parentPath(path));
+  createDirectories(parentPath(path_));
   // A settings write that fails leaves the previous file; the value still holds in memory.
-  (void)writeFileAtomically(path, stored_.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+  (void)writeFileAtomically(path_, stored_.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");
+  loaded_ = currentStamp();
+}
+
+void Settings::announce(const Change& change) {
+  if (change.keys.empty()) return;
+  std::vector<Observer> current;
+  {
+    std::lock_guard lock(observersMutex_);
+    for (const auto& [token, observer] : observers_) current.push_back(observer);
+  }
+  for (const auto& observer : current) observer(change);
+}
+
+int Settings::observe(Observer observer) {
+  std::lock_guard lock(observersMutex_);
+  observers_.emplace(nextToken_, std::move(observer));
+  return nextToken_++;
+}
+
+void Settings::unobserve(int token) {
+  std::lock_guard lock(observersMutex_);
+  observers_.erase(token);
+}
+
+void Settings::refresh() {
+  std::set<std::string> changed;
+  {
+    std::lock_guard lock(mutex_);
+    changed = reloadIfChanged();
+  }
+  announce({std::move(changed), true});
 }
 
 void Settings::registerDefaults(const nlohmann::json& defaults) {
@@ -46,11 +103,19 @@ void Settings::registerDefaults(const nlohmann::json& defaults) {
 }
 
 std::optional<nlohmann::json> Settings::value(const std::string& key) {
-  std::lock_guard lock(mutex_);
-  const nlohmann::json& values = stored();
-  if (auto found = values.find(key); found != values.end()) return *found;
-  if (auto found = defaults_.find(key); found != defaults_.end()) return *found;
-  return std::nullopt;
+  std::optional<nlohmann::json> found;
+  std::set<std::string> changed;
+  {
+    std::lock_guard lock(mutex_);
+    changed = reloadIfChanged();
+    if (auto stored = stored_.find(key); stored != stored_.end()) {
+      found = *stored;
+    } else if (auto fallback = defaults_.find(key); fallback != defaults_.end()) {
+      found = *fallback;
+    }
+  }
+  announce({std::move(changed), true});
+  return found;
 }
 
 bool Settings::boolean(const std::string& key) {
@@ -86,29 +151,45 @@ std::optional<Date> Settings::date(const std::string& key) {
 }
 
 void Settings::set(const std::string& key, nlohmann::json value) {
-  std::lock_guard lock(mutex_);
-  stored()[key] = std::move(value);
-  save();
+  std::set<std::string> fromFile;
+  bool changed = false;
+  {
+    std::lock_guard lock(mutex_);
+    fromFile = reloadIfChanged();
+    changed = !stored_.contains(key) || stored_[key] != value;
+    stored_[key] = std::move(value);
+    save();
+  }
+  announce({std::move(fromFile), true});
+  if (changed) announce({{key}, false});
 }
 
 void Settings::setDate(const std::string& key, Date date) { set(key, iso8601(date)); }
 
 void Settings::remove(const std::string& key) {
-  std::lock_guard lock(mutex_);
-  if (stored().erase(key) > 0) save();
+  std::set<std::string> fromFile;
+  bool removed = false;
+  {
+    std::lock_guard lock(mutex_);
+    fromFile = reloadIfChanged();
+    removed = stored_.erase(key) > 0;
+    if (removed) save();
+  }
+  announce({std::move(fromFile), true});
+  if (removed) announce({{key}, false});
 }
 
-std::vector<std::string> DevSettings::configuredProjectRoots() {
+std::vector<std::string> DevSettings::configuredProjectRoots(Settings& settings) {
   std::vector<std::string> roots;
-  for (const auto& root : Settings::shared().stringList(projectRootsKey).value_or(std::vector<std::string>{})) {
+  for (const auto& root : settings.stringList(projectRootsKey).value_or(std::vector<std::string>{})) {
     if (!root.empty() && root.front() == '/') roots.push_back(standardizePath(root));
   }
   return roots;
 }
 
-std::vector<std::string> DevSettings::projectRoots() {
-  if (!Settings::shared().value(projectRootsKey)) return {homeDirectory()};
-  return configuredProjectRoots();
+std::vector<std::string> DevSettings::projectRoots(const Context& context) {
+  if (!context.settings || !context.settings->value(projectRootsKey)) return {context.home};
+  return configuredProjectRoots(*context.settings);
 }
 
 }  // namespace tw

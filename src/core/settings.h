@@ -1,24 +1,42 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <map>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include <nlohmann/json.hpp>
 
+#include "core/context.h"
 #include "core/date.h"
 
 namespace tw {
 
 // The user's settings: one JSON object in the settings file, written atomically on every
-// change. Registered defaults answer for keys the file does not hold. A file that cannot
-// be parsed reads as defaults and is kept beside the original as "<file>.bad" before the
-// next write replaces it, so nothing is lost silently.
+// change and read again whenever the file has changed since (another process, such as the
+// command line while the app runs, may have written it). Registered defaults answer for
+// keys the file does not hold. A file that cannot be parsed reads as defaults and is kept
+// beside the original as "<file>.bad" before the next write replaces it, so nothing is
+// lost silently. Safe to use from any thread.
 class Settings {
  public:
-  static Settings& shared();
+  // Which keys changed, and whether the change was read from the file (another process
+  // wrote it) or made through this store.
+  struct Change {
+    std::set<std::string> keys;
+    bool fromFile = false;
+  };
+  using Observer = std::function<void(const Change&)>;
+
+  explicit Settings(std::string path);
+  Settings(const Settings&) = delete;
+  Settings& operator=(const Settings&) = delete;
+
+  [[nodiscard]] const std::string& path() const { return path_; }
 
   void registerDefaults(const nlohmann::json& defaults);
 
@@ -33,24 +51,48 @@ class Settings {
   void setDate(const std::string& key, Date date);
   void remove(const std::string& key);
 
- private:
-  Settings() = default;
-  nlohmann::json& stored();  // caller holds mutex_
-  void save();               // caller holds mutex_
+  // Reads the file again if it changed since it was last read; observers hear which keys
+  // that changed. Reading a value does the same, so this is only for owners that want to
+  // learn of changes without asking for a value (on a timer, say).
+  void refresh();
 
+  // Observers are called on the thread that made or noticed the change, never while the
+  // store is locked.
+  int observe(Observer observer);
+  void unobserve(int token);
+
+ private:
+  // What identifies one version of the file on disk.
+  struct Stamp {
+    bool present = false;
+    std::uint64_t device = 0, inode = 0;
+    std::int64_t size = 0, modifiedNs = 0, changedNs = 0;
+    friend bool operator==(const Stamp&, const Stamp&) = default;
+  };
+
+  [[nodiscard]] Stamp currentStamp() const;
+  // Brings stored_ up to date with the file; returns the keys whose values changed.
+  std::set<std::string> reloadIfChanged();  // caller holds mutex_
+  void save();                              // caller holds mutex_
+  void announce(const Change& change);
+
+  const std::string path_;
   std::mutex mutex_;
   nlohmann::json defaults_ = nlohmann::json::object();
   nlohmann::json stored_ = nlohmann::json::object();
-  std::string loadedPath_;  // reloads when the settings path changes (tests move $HOME)
+  std::optional<Stamp> loaded_;  // nothing before the first read
+  std::mutex observersMutex_;
+  std::map<int, Observer> observers_;
+  int nextToken_ = 1;
 };
 
 // The project-roots setting shared by the developer screens and the removal guard.
 struct DevSettings {
   static constexpr const char* projectRootsKey = "projectRoots";
   // The "projectRoots" folders, or the home folder alone when the key is absent.
-  [[nodiscard]] static std::vector<std::string> projectRoots();
+  [[nodiscard]] static std::vector<std::string> projectRoots(const Context& context);
   // The configured roots only (empty when absent).
-  [[nodiscard]] static std::vector<std::string> configuredProjectRoots();
+  [[nodiscard]] static std::vector<std::string> configuredProjectRoots(Settings& settings);
 };
 
 }  // namespace tw

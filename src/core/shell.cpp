@@ -3,53 +3,42 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
-
-#include "core/home.h"
 #include "core/shell_environment.h"
 #include "core/shell_tools.h"
 
-extern char** environ;
-
 namespace tw {
 
-const std::vector<std::string>& Shell::searchPaths() {
-  static const std::vector<std::string> paths = [] {
-    const std::string home = homeDirectory();
-    return std::vector<std::string>{"/opt/homebrew/bin",  "/usr/local/bin", home + "/.cargo/bin",
-                                    home + "/.local/bin", "/usr/bin",       "/bin"};
-  }();
-  return paths;
+std::vector<std::string> Shell::searchPaths(const std::string& home) {
+  return {"/opt/homebrew/bin", "/usr/local/bin", home + "/.cargo/bin", home + "/.local/bin", "/usr/bin", "/bin"};
 }
 
-std::optional<std::string> Shell::which(const std::string& name) {
+std::optional<std::string> Shell::which(const std::string& name, const Context& context) {
   if (name.empty() || name.find('/') != std::string::npos) return std::nullopt;
-  for (const auto& folder : searchPaths()) {
+  for (const auto& folder : searchPaths(context.home)) {
     const std::string candidate = folder + "/" + name;
     struct stat info {};
     if (::stat(candidate.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) continue;
     if (::access(candidate.c_str(), X_OK) != 0) continue;
-    if (!toolRunsWithoutInstallerPrompt(candidate)) return std::nullopt;
+    if (!toolRunsWithoutInstallerPrompt(candidate, context)) return std::nullopt;
     return candidate;
   }
   return std::nullopt;
 }
 
-std::string childPathValue() {
+std::string childPathValue(const Context& context) {
   std::string value;
-  for (const auto& folder : Shell::searchPaths()) value += folder + ":";
-  if (const char* inherited = std::getenv("PATH")) value += inherited;
+  for (const auto& folder : Shell::searchPaths(context.home)) value += folder + ":";
+  if (const auto inherited = context.env.find("PATH"); inherited != context.env.end()) value += inherited->second;
   return value;
 }
 
-std::vector<std::string> childEnvironment() {
+std::vector<std::string> childEnvironment(const Context& context) {
   std::vector<std::string> entries;
-  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-    if (std::strncmp(*entry, "PATH=", 5) == 0 || std::strncmp(*entry, "GIT_TERMINAL_PROMPT=", 20) == 0) continue;
-    entries.emplace_back(*entry);
+  for (const auto& [name, value] : context.env) {
+    if (name == "PATH" || name == "GIT_TERMINAL_PROMPT") continue;
+    entries.push_back(name + "=" + value);
   }
-  entries.push_back("PATH=" + childPathValue());
+  entries.push_back("PATH=" + childPathValue(context));
   entries.emplace_back("GIT_TERMINAL_PROMPT=0");
   return entries;
 }

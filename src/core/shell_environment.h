@@ -3,15 +3,17 @@
 #include <string>
 #include <vector>
 
+#include "core/context.h"
+
 namespace tw {
 
-// The environment every child process gets: this process's own, with PATH made of the
-// tool folders plus the inherited PATH, and git told never to prompt for credentials.
-// Entries are "NAME=value".
-[[nodiscard]] std::vector<std::string> childEnvironment();
+// The environment every child process gets: the context's, with PATH made of the tool
+// folders plus the context's PATH, and git told never to prompt for credentials. Entries
+// are "NAME=value".
+[[nodiscard]] std::vector<std::string> childEnvironment(const Context& context);
 
-// The PATH value handed to children. When this process has no PATH the inherited part is
+// The PATH value handed to children. When the context has no PATH the inherited part is
 // empty, so the value ends in ":"; that empty element is deliberate.
-[[nodiscard]] std::string childPathValue();
+[[nodiscard]] std::string childPathValue(const Context& context);
 
 }  // namespace tw

@@ -2,6 +2,7 @@
 #include <poll.h>
 #include <signal.h>
 #include <spawn.h>
+#include <sys/eventfd.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -10,11 +11,13 @@
 #include <cerrno>
 #include <chrono>
 #include <cstring>
+#include <optional>
+#include <stop_token>
 
 #include "core/shell.h"
 #include "core/shell_environment.h"
 #include "core/text.h"
-#include "core/unique_fd.h"
+#include "fs/unique_fd.h"
 
 namespace tw {
 namespace {
@@ -105,6 +108,30 @@ void readAvailable(UniqueFd& fd, std::string& into) {
   }
 }
 
+// A descriptor that becomes readable when a stop is requested, so the poll below wakes.
+class StopWatch {
+ public:
+  explicit StopWatch(std::stop_token token) : stop_(std::move(token)) {
+    if (!stop_.stop_possible()) return;
+    fd_.reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (fd_) callback_.emplace(stop_, Wake{fd_.get()});
+  }
+  [[nodiscard]] bool requested() const { return stop_.stop_requested(); }
+  [[nodiscard]] const UniqueFd& fd() const { return fd_; }
+
+ private:
+  struct Wake {
+    int fd;
+    void operator()() const {
+      const std::uint64_t one = 1;
+      (void)!::write(fd, &one, sizeof one);
+    }
+  };
+  std::stop_token stop_;
+  UniqueFd fd_;
+  std::optional<std::stop_callback<Wake>> callback_;
+};
+
 bool hasExited(pid_t pid) {
   siginfo_t info{};
   return ::waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == pid;
@@ -117,18 +144,19 @@ int millisecondsUntil(Clock::time_point when, Clock::time_point now) {
 }
 
 // Drains both pipes together (a child blocked on a full pipe would never exit) until both
-// end and the child has exited, sending SIGTERM once the deadline passes. A terminated
+// end and the child has exited, sending SIGTERM once the deadline passes or a stop is
+// requested. A terminated
 // child's pipes may be kept open by something it started; then we stop shortly after it
 // is gone. The child is not reaped here, so its pid cannot be reused while we signal it.
-void superviseChild(pid_t pid, UniqueFd& out, UniqueFd& err, Clock::time_point deadline, std::string& outText,
-                    std::string& errText) {
+void superviseChild(pid_t pid, UniqueFd& out, UniqueFd& err, Clock::time_point deadline, const StopWatch& stop,
+                    std::string& outText, std::string& errText) {
   UniqueFd exitWatch{static_cast<int>(::syscall(SYS_pidfd_open, pid, 0))};
   bool terminated = false;
   bool exited = false;
   std::optional<Clock::time_point> stopAt;
   while (out || err || !exited) {
     const auto now = Clock::now();
-    if (!terminated && now >= deadline) {
+    if (!terminated && (now >= deadline || stop.requested())) {
       ::kill(pid, SIGTERM);
       terminated = true;
     }
@@ -141,7 +169,7 @@ void superviseChild(pid_t pid, UniqueFd& out, UniqueFd& err, Clock::time_point d
     if (stopAt) consider(millisecondsUntil(*stopAt, now));
     if (!exitWatch && !exited) consider(static_cast<int>(exitCheckInterval.count()));
 
-    pollfd watched[3];
+    pollfd watched[4];
     nfds_t count = 0;
     const auto watch = [&](const UniqueFd& fd) {
       if (fd) watched[count++] = {fd.get(), POLLIN, 0};
@@ -149,6 +177,7 @@ void superviseChild(pid_t pid, UniqueFd& out, UniqueFd& err, Clock::time_point d
     watch(out);
     watch(err);
     if (exitWatch && !exited) watch(exitWatch);
+    if (!terminated) watch(stop.fd());
     if (::poll(watched, count, wait) < 0 && errno != EINTR) break;
 
     if (out) readAvailable(out, outText);
@@ -165,7 +194,8 @@ int terminationStatus(int status) {
 
 }  // namespace
 
-Shell::Result Shell::run(const std::string& executable, const std::vector<std::string>& arguments, double timeout) {
+Shell::Result Shell::run(const std::string& executable, const std::vector<std::string>& arguments, double timeout,
+                         const Context& context) {
   Result result;
   const auto launchFailure = [&](std::error_code error) {
     result.code = -1;
@@ -183,7 +213,7 @@ Shell::Result Shell::run(const std::string& executable, const std::vector<std::s
 
   std::vector<std::string> argv{executable};
   argv.insert(argv.end(), arguments.begin(), arguments.end());
-  std::vector<std::string> environment = childEnvironment();
+  std::vector<std::string> environment = childEnvironment(context);
   auto argvPointers = nullTerminated(argv);
   auto environmentPointers = nullTerminated(environment);
 
@@ -201,7 +231,8 @@ Shell::Result Shell::run(const std::string& executable, const std::vector<std::s
   const double seconds = std::clamp(timeout, 0.0, 365.0 * 24 * 3600);
   const auto deadline = started + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(seconds));
   std::string outBytes, errBytes;
-  superviseChild(pid, out.read, err.read, deadline, outBytes, errBytes);
+  const StopWatch stop(context.stop);
+  superviseChild(pid, out.read, err.read, deadline, stop, outBytes, errBytes);
 
   int status = 0;
   while (::waitpid(pid, &status, 0) < 0 && errno == EINTR) {

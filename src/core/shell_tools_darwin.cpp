@@ -3,14 +3,15 @@
 
 namespace tw {
 
-bool Shell::hasDeveloperTools() {
-  static const bool installed = run("/usr/bin/xcode-select", {"-p"}, 10).code == 0;
+bool Shell::hasDeveloperTools(const Context& context) {
+  // The answer belongs to the machine, not to any environment, so one look serves all.
+  static const bool installed = run("/usr/bin/xcode-select", {"-p"}, 10, context).code == 0;
   return installed;
 }
 
-bool toolRunsWithoutInstallerPrompt(const std::string& path) {
+bool toolRunsWithoutInstallerPrompt(const std::string& path, const Context& context) {
   // Without the developer tools these two only offer to install them.
-  if (path == "/usr/bin/git" || path == "/usr/bin/xcrun") return Shell::hasDeveloperTools();
+  if (path == "/usr/bin/git" || path == "/usr/bin/xcrun") return Shell::hasDeveloperTools(context);
   return true;
 }
 

@@ -4,8 +4,8 @@
 namespace tw {
 
 // Linux has no developer-tools selector and no installer stubs in /usr/bin.
-bool Shell::hasDeveloperTools() { return false; }
+bool Shell::hasDeveloperTools(const Context&) { return false; }
 
-bool toolRunsWithoutInstallerPrompt(const std::string&) { return true; }
+bool toolRunsWithoutInstallerPrompt(const std::string&, const Context&) { return true; }
 
 }  // namespace tw

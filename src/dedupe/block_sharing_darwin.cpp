@@ -17,9 +17,9 @@
 #include <optional>
 #include <vector>
 
-#include "core/path.h"
-#include "core/unique_fd.h"
 #include "dedupe/block_sharing.h"
+#include "fs/path.h"
+#include "fs/unique_fd.h"
 
 namespace tw {
 namespace {

@@ -7,8 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "core/unique_fd.h"
 #include "dedupe/block_sharing.h"
+#include "fs/unique_fd.h"
 
 namespace tw {
 namespace {

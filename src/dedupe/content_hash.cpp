@@ -7,9 +7,9 @@
 #include <algorithm>
 #include <cerrno>
 
-#include "core/file_flags.h"
-#include "core/unique_fd.h"
 #include "dedupe/read_cache.h"
+#include "fs/file_flags.h"
+#include "fs/unique_fd.h"
 
 namespace tw::dedupe {
 namespace {
@@ -29,7 +29,7 @@ Context newContext() { return {EVP_MD_CTX_new(), &EVP_MD_CTX_free}; }
 std::optional<FileState> stillTheFile(int fd, const HashRequest& request) {
   const auto state = openFileState(fd);
   if (!state || !state->isRegular() || state->size != request.size) return std::nullopt;
-  if (state->ino != request.file.id || static_cast<std::int32_t>(state->dev) != request.file.dev) return std::nullopt;
+  if (state->ino != request.file.inode || state->dev != request.file.device) return std::nullopt;
   if (request.resume != nullptr && !request.resume->seen.unchangedIn(*state)) return std::nullopt;
   const auto flags = readFileFlags(fd);
   if (flags && flags->protectedFromChanges()) return std::nullopt;

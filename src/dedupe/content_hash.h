@@ -25,7 +25,7 @@ struct PrefixHash {
 
 struct HashRequest {
   std::string path;
-  Dedupe::FileRef file;     // the file the walk saw at `path`
+  FileIdentity file;        // the file the walk saw at `path`
   std::int64_t size = 0;    // its length then
   std::int64_t length = 0;  // hash the bytes before this offset
   bool uncached = false;    // a whole-file read that should not stay in memory

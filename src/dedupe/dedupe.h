@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <unordered_set>
@@ -12,6 +13,7 @@
 
 #include "core/dev_group.h"
 #include "dedupe/open_files.h"
+#include "fs/file_identity.h"
 
 namespace tw {
 
@@ -28,25 +30,17 @@ struct Dedupe {
     std::int32_t dir = 0;
     std::string name;
     std::int64_t alloc = 0;
-    std::int32_t dev = 0;
-    std::uint64_t fileID = 0;
+    FileIdentity file;
   };
 
   // Files can only be identical when they sit on one volume and have one length; the
   // digest narrows the group further once it is known.
   struct Key {
-    std::int32_t dev = 0;
+    std::uint64_t dev = 0;
     std::int64_t size = 0;
     std::optional<Digest> digest;
 
     friend bool operator==(const Key&, const Key&) = default;
-  };
-
-  struct FileRef {
-    std::int32_t dev = 0;
-    std::uint64_t id = 0;
-
-    friend bool operator==(const FileRef&, const FileRef&) = default;
   };
 
   // One set of identical files; sharing frees alloc × (paths − 1).
@@ -63,8 +57,10 @@ struct Dedupe {
   // Extensions of files that change in place (databases, journals, locks): never shared.
   static const std::unordered_set<std::string>& mutableExts();
 
-  // Blocking; sets sorted by the space sharing them frees, largest first.
-  [[nodiscard]] static std::vector<DupSet> scan(const std::vector<std::string>& roots);
+  // Blocking; sets sorted by the space sharing them frees, largest first. `home` is the
+  // home folder (its Library is never searched); a stop request ends the search early.
+  [[nodiscard]] static std::vector<DupSet> scan(const std::vector<std::string>& roots, const std::string& home,
+                                                std::stop_token stop = {});
 
   // Shares the data of every copy with `keep`. Nothing when every copy now shares it,
   // otherwise a message saying what was skipped and why.
@@ -73,12 +69,12 @@ struct Dedupe {
   // One copy: nothing on success, otherwise the reason it was left as it was.
   [[nodiscard]] static std::optional<std::string> replace(const std::string& copy, const std::string& keep,
                                                           const FileState& keepState,
-                                                          const std::unordered_set<OpenFiles::Key>& openFiles);
+                                                          const std::unordered_set<FileIdentity>& openFiles);
   // Several sets at once, each keeping its first path.
   [[nodiscard]] static std::optional<std::string> cloneReplace(const std::vector<DupSet>& sets);
 
   // The duplicate-files screen: one group per set under the project roots.
-  static ProviderResult load();
+  static ProviderResult load(const Context& context);
 };
 
 // A candidate's path: its folder's path, a slash and its name.
@@ -89,11 +85,4 @@ struct Dedupe {
 template <>
 struct std::hash<tw::Dedupe::Key> {
   std::size_t operator()(const tw::Dedupe::Key& key) const noexcept;
-};
-
-template <>
-struct std::hash<tw::Dedupe::FileRef> {
-  std::size_t operator()(const tw::Dedupe::FileRef& ref) const noexcept {
-    return std::hash<std::uint64_t>{}(ref.id * 31u + static_cast<std::uint32_t>(ref.dev));
-  }
 };

@@ -1,15 +1,16 @@
 #include <fcntl.h>
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <mutex>
 
-#include "core/file_flags.h"
-#include "core/path.h"
-#include "core/unique_fd.h"
 #include "dedupe/block_sharing.h"
 #include "dedupe/dedupe.h"
 #include "dedupe/file_state.h"
 #include "dedupe/parallel.h"
+#include "fs/file_flags.h"
+#include "fs/path.h"
+#include "fs/unique_fd.h"
 
 namespace tw {
 namespace {
@@ -102,7 +103,7 @@ std::optional<std::string> reason(const ShareOutcome& outcome) {
 }  // namespace
 
 std::optional<std::string> Dedupe::replace(const std::string& copy, const std::string& keep, const FileState& keepState,
-                                           const std::unordered_set<OpenFiles::Key>& openFiles) {
+                                           const std::unordered_set<FileIdentity>& openFiles) {
   const auto state = linkState(copy);
   if (!state) return "missing";
   if (!state->isRegular()) return "not a regular file";
@@ -112,19 +113,21 @@ std::optional<std::string> Dedupe::replace(const std::string& copy, const std::s
   if (state->ino == keepState.ino) return "same file";
   if (state->size != keepState.size) return "no longer identical";
   if (state->owner != effectiveUser()) return "owned by another user";
-  if (openFiles.contains({static_cast<std::int32_t>(state->dev), state->ino})) return "open in another app";
+  if (openFiles.contains({state->dev, state->ino, state->mode & S_IFMT})) return "open in another app";
   return reason(shareWithKept(keep, keepState, copy, *state));
 }
 
-std::optional<std::string> Dedupe::cloneReplace(const std::string& keep, const std::vector<std::string>& copies) {
+namespace {
+
+std::optional<std::string> shareCopies(const std::string& keep, const std::vector<std::string>& copies,
+                                       const std::unordered_set<FileIdentity>& openFiles) {
   const auto keepState = linkState(keep);
   if (!keepState || !keepState->isRegular() || protectedFromChanges(keep)) {
     return lastPathComponent(keep) + " is missing or changed; rescan";
   }
-  const auto openFiles = OpenFiles::recent(1.0);
   std::vector<std::string> failures;
   for (const auto& copy : copies) {
-    if (const auto why = replace(copy, keep, *keepState, openFiles))
+    if (const auto why = Dedupe::replace(copy, keep, *keepState, openFiles))
       failures.push_back(lastPathComponent(copy) + ": " + *why);
   }
   if (failures.empty()) return std::nullopt;
@@ -133,12 +136,22 @@ std::optional<std::string> Dedupe::cloneReplace(const std::string& keep, const s
          " copies skipped: " + joined(failures, 3);
 }
 
+}  // namespace
+
+std::optional<std::string> Dedupe::cloneReplace(const std::string& keep, const std::vector<std::string>& copies) {
+  // Item by item, as a screen's actions run: one look at the open files serves a second.
+  return shareCopies(keep, copies, OpenFiles::recent(1.0));
+}
+
 std::optional<std::string> Dedupe::cloneReplace(const std::vector<DupSet>& sets) {
+  // One fresh look at the open files for the whole batch.
+  const auto openFiles = OpenFiles::snapshot();
   const auto messages =
       dedupe::parallel<std::string>(sets.size(), [&](std::size_t i, auto) -> std::optional<std::string> {
         const DupSet& set = sets[i];
         if (set.paths.size() < 2) return std::nullopt;
-        return cloneReplace(set.paths.front(), std::vector<std::string>(set.paths.begin() + 1, set.paths.end()));
+        return shareCopies(set.paths.front(), std::vector<std::string>(set.paths.begin() + 1, set.paths.end()),
+                           openFiles);
       });
   std::vector<std::string> failures;
   for (const auto& message : messages) {

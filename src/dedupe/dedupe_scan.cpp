@@ -37,7 +37,7 @@ std::vector<Group> groupsOfTwoOrMore(const std::vector<Member>& members, const K
 
 class Finder {
  public:
-  explicit Finder(dedupe::WalkResult walked) : walked_(std::move(walked)) {}
+  Finder(dedupe::WalkResult walked, std::stop_token stop) : walked_(std::move(walked)), stop_(std::move(stop)) {}
 
   std::vector<Dedupe::DupSet> run() {
     std::vector<Group> groups = narrowed(bySize(survivors()), /*whole=*/false);
@@ -54,13 +54,16 @@ class Finder {
 
   // Candidates that are still the single-link regular file the listing showed.
   std::vector<Member> survivors() const {
-    const auto sizes = dedupe::parallel<std::int64_t>(walked_.files.size(), [&](std::size_t i, auto) {
-      const Dedupe::Candidate& candidate = walked_.files[i];
-      const auto state = linkState(candidatePath(walked_.dirs, candidate));
-      const bool ok =
-          state && state->isRegular() && state->links == 1 && state->size >= 1 && state->ino == candidate.fileID;
-      return ok ? std::optional<std::int64_t>(state->size) : std::nullopt;
-    });
+    const auto sizes = dedupe::parallel<std::int64_t>(
+        walked_.files.size(),
+        [&](std::size_t i, auto) {
+          const Dedupe::Candidate& candidate = walked_.files[i];
+          const auto state = linkState(candidatePath(walked_.dirs, candidate));
+          const bool ok = state && state->isRegular() && state->links == 1 && state->size >= 1 &&
+                          state->ino == candidate.file.inode;
+          return ok ? std::optional<std::int64_t>(state->size) : std::nullopt;
+        },
+        stop_);
     std::vector<Member> members;
     for (std::size_t i = 0; i < sizes.size(); ++i) {
       if (sizes[i]) members.push_back({static_cast<std::uint32_t>(i), *sizes[i], nullptr});
@@ -70,7 +73,7 @@ class Finder {
 
   std::vector<Group> bySize(const std::vector<Member>& members) const {
     return groupsOfTwoOrMore(members, [&](std::size_t i) {
-      return Dedupe::Key{file(members[i]).dev, members[i].size, std::nullopt};
+      return Dedupe::Key{file(members[i]).file.device, members[i].size, std::nullopt};
     });
   }
 
@@ -85,18 +88,20 @@ class Finder {
     for (std::size_t g = 0; g < groups.size(); ++g) {
       for (const Member& member : groups[g]) jobs.push_back({g, member});
     }
-    const auto digests =
-        dedupe::parallel<dedupe::HashResult>(jobs.size(), [&](std::size_t i, std::span<std::byte> buffer) {
+    const auto digests = dedupe::parallel<dedupe::HashResult>(
+        jobs.size(),
+        [&](std::size_t i, std::span<std::byte> buffer) {
           const Member& member = jobs[i].member;
           const Dedupe::Candidate& candidate = file(member);
-          dedupe::HashRequest request{path(member), {candidate.dev, candidate.fileID}, member.size};
+          dedupe::HashRequest request{path(member), candidate.file, member.size};
           request.length = whole ? member.size : std::min(member.size, partialLength);
           request.uncached = whole;
           // The whole-file pass carries on after the first 64 KiB rather than reading them again.
           request.keepPrefix = !whole && member.size > partialLength;
           request.resume = whole ? member.prefix.get() : nullptr;
           return dedupe::hashFile(request, buffer);
-        });
+        },
+        stop_);
     std::vector<Group> result;
     std::size_t start = 0;
     while (start < jobs.size()) {
@@ -107,7 +112,7 @@ class Finder {
         if (!digests[end]) continue;
         Member member = jobs[end].member;
         if (digests[end]->prefix) member.prefix = std::make_shared<const dedupe::PrefixHash>(*digests[end]->prefix);
-        keys.push_back({file(member).dev, member.size, digests[end]->digest});
+        keys.push_back({file(member).file.device, member.size, digests[end]->digest});
         members.push_back(std::move(member));
       }
       for (auto& group : groupsOfTwoOrMore(members, [&](std::size_t i) { return keys[i]; })) {
@@ -141,6 +146,7 @@ class Finder {
   }
 
   dedupe::WalkResult walked_;
+  std::stop_token stop_;
 };
 
 }  // namespace
@@ -158,8 +164,9 @@ std::string candidatePath(const std::vector<std::string>& dirs, const Dedupe::Ca
   return dir == "/" ? "/" + candidate.name : dir + "/" + candidate.name;
 }
 
-std::vector<Dedupe::DupSet> Dedupe::scan(const std::vector<std::string>& roots) {
-  return Finder(dedupe::walk(roots)).run();
+std::vector<Dedupe::DupSet> Dedupe::scan(const std::vector<std::string>& roots, const std::string& home,
+                                         std::stop_token stop) {
+  return Finder(dedupe::walk(roots, home, stop), stop).run();
 }
 
 }  // namespace tw

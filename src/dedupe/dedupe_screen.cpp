@@ -3,11 +3,11 @@
 #include <memory>
 
 #include "core/format.h"
-#include "core/path.h"
 #include "core/settings.h"
 #include "dedupe/block_sharing.h"
 #include "dedupe/dedupe.h"
 #include "dedupe/file_state.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {
@@ -17,10 +17,11 @@ constexpr const char* cannotShareNote =
 constexpr const char* nothingFoundNote = "No identical files of 32 KB or more in your project folders.";
 constexpr const char* restoreHint = "Nothing is deleted: every copy stays in place and shares its data";
 
-DevItem copyItem(const Dedupe::DupSet& set, const std::string& keep, const std::string& copy, bool canShare) {
+DevItem copyItem(const Dedupe::DupSet& set, const std::string& keep, const std::string& copy, bool canShare,
+                 const std::string& home) {
   DevItem item;
   item.id = copy;
-  item.name = tildePath(copy);
+  item.name = tildePath(copy, home);
   item.detail = byteFormatter(set.length) + ", identical to the kept file";
   item.size = set.alloc;
   item.freeable = set.alloc;
@@ -31,12 +32,12 @@ DevItem copyItem(const Dedupe::DupSet& set, const std::string& keep, const std::
   return item;
 }
 
-DevGroupPtr setGroup(const Dedupe::DupSet& set, bool canShare) {
+DevGroupPtr setGroup(const Dedupe::DupSet& set, bool canShare, const std::string& home) {
   const std::string& keep = set.paths.front();
-  auto group = std::make_shared<DevGroup>(keep, lastPathComponent(keep), tildePath(keep), "square.on.square");
+  auto group = std::make_shared<DevGroup>(keep, lastPathComponent(keep), tildePath(keep, home), "square.on.square");
   std::vector<DevItem> items;
   for (auto copy = set.paths.begin() + 1; copy != set.paths.end(); ++copy) {
-    items.push_back(copyItem(set, keep, *copy, canShare));
+    items.push_back(copyItem(set, keep, *copy, canShare, home));
   }
   group->setItems(std::move(items));
   return group;
@@ -44,8 +45,8 @@ DevGroupPtr setGroup(const Dedupe::DupSet& set, bool canShare) {
 
 }  // namespace
 
-ProviderResult Dedupe::load() {
-  const auto sets = scan(DevSettings::projectRoots());
+ProviderResult Dedupe::load(const Context& context) {
+  const auto sets = scan(DevSettings::projectRoots(context), context.home, context.stop);
   // One question per volume: every file on it gets the same answer.
   std::map<std::uint64_t, bool> canShareOn;
   ProviderResult result;
@@ -58,7 +59,7 @@ ProviderResult Dedupe::load() {
     if (known == canShareOn.end()) {
       known = canShareOn.emplace(keepState->dev, volumeCanShare(set.paths.front())).first;
     }
-    result.groups.push_back(setGroup(set, known->second));
+    result.groups.push_back(setGroup(set, known->second, context.home));
     if (!known->second) unshareable.push_back(result.groups.back());
   }
   std::stable_sort(result.groups.begin(), result.groups.end(),

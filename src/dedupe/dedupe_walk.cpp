@@ -10,11 +10,12 @@
 #include <utility>
 
 #include "core/concurrent.h"
-#include "core/file_io.h"
-#include "core/home.h"
-#include "core/path.h"
-#include "lens/disk_scanner.h"
-#include "screens/projects.h"
+#include "core/package_folders.h"
+#include "fs/file_identity.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/root_skips.h"
+#include "fs/usage.h"
 
 namespace tw::dedupe {
 namespace {
@@ -39,15 +40,9 @@ struct Folder {
   std::uint64_t dev = 0;
 };
 
-struct FolderID {
-  std::uint64_t dev = 0;
-  std::uint64_t ino = 0;
-  auto operator<=>(const FolderID&) const = default;
-};
-
 class Walker {
  public:
-  explicit Walker(const std::string& home) : homeLibrary_(joinPath(home, "Library")) {}
+  Walker(const std::string& home, std::stop_token stop) : homeLibrary_(joinPath(home, "Library")), stop_(stop) {}
 
   WalkResult run(const std::vector<WalkRoot>& roots) {
     std::vector<Folder> level;
@@ -57,9 +52,10 @@ class Walker {
       if (!visited_.insert({info.st_dev, info.st_ino}).second) continue;
       level.push_back({addFolder(root.path), root.path, root.dev});
     }
-    while (!level.empty()) {
+    while (!level.empty() && !stop_.stop_requested()) {
       next_.clear();
-      concurrentPerform(level.size(), [&](std::size_t i) { process(level[i]); });
+      concurrentPerform(
+          level.size(), [&](std::size_t i) { process(level[i]); }, stop_);
       level = std::move(next_);
     }
     return std::move(result_);
@@ -73,29 +69,29 @@ class Walker {
 
   bool skipsFolder(const std::string& parent, const std::string& name, const std::string& path) const {
     if (name == ".git" || name == ".Trash") return true;
-    if (Projects::bundleExts().contains(pathExtension(name))) return true;
+    if (isPackageFolder(name)) return true;
     if (path == homeLibrary_) return true;
-    return parent == "/" && DiskScanner::rootSkips().contains(path);
+    return parent == "/" && rootSkipFolders().contains(path);
   }
 
-  static bool isCandidate(const DiskScanner::Entry& entry) {
+  static bool isCandidate(const FolderEntry& entry) {
     return entry.size >= minimumAllocated && entry.links == 1 && entry.privateSize == entry.size &&
            !Dedupe::mutableExts().contains(pathExtension(entry.name)) && !entry.name.starts_with(cloneTemporaryPrefix);
   }
 
   void process(const Folder& folder) {
-    const auto entries = DiskScanner::list(folder.path);
+    const auto entries = listFolder(folder.path);
     if (!entries) return;
     struct Subfolder {
       std::string path;
-      FolderID id;
+      FileIdentity id;
     };
     std::vector<Subfolder> subfolders;
     std::vector<Dedupe::Candidate> candidates;
-    const auto dev = static_cast<std::int32_t>(folder.dev);
     for (const auto& entry : *entries) {
       if (!entry.isDir) {
-        if (isCandidate(entry)) candidates.push_back({folder.index, entry.name, entry.size, dev, entry.fileID});
+        if (isCandidate(entry))
+          candidates.push_back({folder.index, entry.name, entry.size, {folder.dev, entry.fileID}});
         continue;
       }
       std::string path = joinPath(folder.path, entry.name);
@@ -116,17 +112,18 @@ class Walker {
   }
 
   const std::string homeLibrary_;
+  const std::stop_token stop_;
   std::mutex lock_;  // guards everything below while a level runs
   WalkResult result_;
   std::vector<Folder> next_;
-  std::set<FolderID> visited_;
+  std::set<FileIdentity> visited_;
 };
 
 // One file object reached by two paths (a bind mount, say) is one candidate.
 void dropRepeatedFiles(std::vector<Dedupe::Candidate>& files) {
-  std::unordered_set<Dedupe::FileRef> seen;
+  std::unordered_set<FileIdentity> seen;
   seen.reserve(files.size());
-  std::erase_if(files, [&](const Dedupe::Candidate& file) { return !seen.insert({file.dev, file.fileID}).second; });
+  std::erase_if(files, [&](const Dedupe::Candidate& candidate) { return !seen.insert(candidate.file).second; });
 }
 
 }  // namespace
@@ -151,9 +148,8 @@ std::vector<WalkRoot> walkRoots(const std::vector<std::string>& roots) {
   return kept;
 }
 
-WalkResult walk(const std::vector<std::string>& roots) {
-  const std::string home = homeDirectory();
-  Walker walker(resolved(home).value_or(home));
+WalkResult walk(const std::vector<std::string>& roots, const std::string& home, std::stop_token stop) {
+  Walker walker(resolved(home).value_or(home), std::move(stop));
   WalkResult result = walker.run(walkRoots(roots));
   dropRepeatedFiles(result.files);
   return result;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -23,6 +24,8 @@ struct WalkResult {
 };
 
 // Every file under the roots that is worth hashing, judged on listing attributes alone.
-[[nodiscard]] WalkResult walk(const std::vector<std::string>& roots);
+// The home folder's Library is left out; a stop request ends the walk between levels.
+[[nodiscard]] WalkResult walk(const std::vector<std::string>& roots, const std::string& home,
+                              std::stop_token stop = {});
 
 }  // namespace tw::dedupe

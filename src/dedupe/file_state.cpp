@@ -2,7 +2,7 @@
 #include <unistd.h>
 
 #include "dedupe/file_state.h"
-#include "dedupe/stat_times.h"
+#include "fs/stat_times.h"
 
 namespace tw {
 namespace {

@@ -10,7 +10,7 @@ namespace {
 struct Cache {
   std::mutex lock;
   std::optional<std::chrono::steady_clock::time_point> takenAt;
-  std::unordered_set<OpenFiles::Key> files;
+  std::unordered_set<FileIdentity> files;
 };
 
 Cache& cache() {
@@ -20,7 +20,7 @@ Cache& cache() {
 
 }  // namespace
 
-std::unordered_set<OpenFiles::Key> OpenFiles::recent(double maxAge) {
+std::unordered_set<FileIdentity> OpenFiles::recent(double maxAge) {
   Cache& shared = cache();
   // Taking the snapshot under the lock keeps concurrent callers from each walking
   // every process at the same moment; they wait and reuse the one result.

@@ -1,5 +1,6 @@
 #include <libproc.h>
 #include <sys/proc_info.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <vector>
@@ -9,7 +10,7 @@
 namespace tw {
 namespace {
 
-void addOpenFilesOf(pid_t pid, std::unordered_set<OpenFiles::Key>& files) {
+void addOpenFilesOf(pid_t pid, std::unordered_set<FileIdentity>& files) {
   const int needed = ::proc_pidinfo(pid, PROC_PIDLISTFDS, 0, nullptr, 0);
   if (needed <= 0) return;
   std::vector<proc_fdinfo> fds(static_cast<std::size_t>(needed) / sizeof(proc_fdinfo) + 16);
@@ -22,14 +23,16 @@ void addOpenFilesOf(pid_t pid, std::unordered_set<OpenFiles::Key>& files) {
     vnode_fdinfowithpath info{};
     const int size = ::proc_pidfdinfo(pid, fd.proc_fd, PROC_PIDFDVNODEPATHINFO, &info, sizeof info);
     if (size != static_cast<int>(sizeof info)) continue;
-    files.insert({static_cast<std::int32_t>(info.pvip.vip_vi.vi_stat.vst_dev), info.pvip.vip_vi.vi_stat.vst_ino});
+    const auto& stat = info.pvip.vip_vi.vi_stat;
+    files.insert(
+        {static_cast<std::uint64_t>(stat.vst_dev), stat.vst_ino, static_cast<std::uint32_t>(stat.vst_mode & S_IFMT)});
   }
 }
 
 }  // namespace
 
-std::unordered_set<OpenFiles::Key> OpenFiles::snapshot() {
-  std::unordered_set<Key> files;
+std::unordered_set<FileIdentity> OpenFiles::snapshot() {
+  std::unordered_set<FileIdentity> files;
   const int count = ::proc_listallpids(nullptr, 0);
   if (count < 1) return files;
   std::vector<pid_t> pids(static_cast<std::size_t>(count) + 64);

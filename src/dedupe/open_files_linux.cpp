@@ -23,7 +23,7 @@ long processID(const char* name) {
   return end != name && *end == '\0' ? pid : 0;
 }
 
-void addOpenFilesOf(long pid, std::unordered_set<OpenFiles::Key>& files) {
+void addOpenFilesOf(long pid, std::unordered_set<FileIdentity>& files) {
   const std::string fdFolder = "/proc/" + std::to_string(pid) + "/fd";
   DirHandle dir(::opendir(fdFolder.c_str()));
   if (!dir) return;  // gone, or not ours to inspect
@@ -33,14 +33,14 @@ void addOpenFilesOf(long pid, std::unordered_set<OpenFiles::Key>& files) {
     struct stat info {};
     if (::fstatat(::dirfd(dir.get()), entry->d_name, &info, 0) != 0) continue;
     if (!S_ISREG(info.st_mode)) continue;
-    files.insert({static_cast<std::int32_t>(info.st_dev), info.st_ino});
+    files.insert({static_cast<std::uint64_t>(info.st_dev), static_cast<std::uint64_t>(info.st_ino), S_IFREG});
   }
 }
 
 }  // namespace
 
-std::unordered_set<OpenFiles::Key> OpenFiles::snapshot() {
-  std::unordered_set<Key> files;
+std::unordered_set<FileIdentity> OpenFiles::snapshot() {
+  std::unordered_set<FileIdentity> files;
   DirHandle proc(::opendir("/proc"));
   if (!proc) return files;
   const long self = ::getpid();

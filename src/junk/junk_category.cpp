@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "core/sizes.h"
+
 namespace tw {
 
 JunkCategory::JunkCategory(std::string id, std::string title, std::string detail, std::string icon,
@@ -15,17 +17,17 @@ JunkCategory::JunkCategory(std::string id, std::string title, std::string detail
 
 void JunkCategory::setItems(std::vector<JunkItem> items) {
   items_ = std::move(items);
-  notify("items");
+  notify(JunkCategoryField::items);
 }
 
 void JunkCategory::setNote(std::optional<std::string> note) {
   note_ = std::move(note);
-  notify("note");
+  notify(JunkCategoryField::note);
 }
 
 std::int64_t JunkCategory::total() const {
   std::int64_t sum = 0;
-  for (const auto& item : items_) sum += item.size;
+  for (const auto& item : items_) sum = saturatingAdd(sum, item.size);
   return sum;
 }
 

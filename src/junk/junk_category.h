@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -12,11 +13,13 @@
 
 namespace tw {
 
+enum class JunkCategoryField { items, note };
+
 // One Smart Clean category. The texts and the finder never change; `items` and `note`
 // hold the last scan and notify observers when set (on the thread that owns the list).
-class JunkCategory : public Observable {
+class JunkCategory : public Observable<JunkCategoryField> {
  public:
-  using Finder = std::function<JunkFinding()>;
+  using Finder = std::function<JunkFinding(std::stop_token)>;
 
   JunkCategory(std::string id, std::string title, std::string detail, std::string icon, bool defaultSelected,
                Finder finder);
@@ -27,7 +30,7 @@ class JunkCategory : public Observable {
   const std::string icon;
   const bool defaultSelected;
   // Synchronous and safe on any thread: it only reads the file system. Never fails; a
-  // location that cannot be read yields fewer paths.
+  // location that cannot be read yields fewer paths, and so does a stop request.
   const Finder finder;
 
   [[nodiscard]] const std::vector<JunkItem>& items() const { return items_; }

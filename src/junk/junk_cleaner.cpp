@@ -1,51 +1,57 @@
 #include "junk/junk_cleaner.h"
 
-#include "core/history.h"
-#include "lens/disk_scanner.h"
+#include "core/dev_safety.h"
+#include "core/removal_service.h"
+#include "fs/safe_remove.h"
 
 namespace tw {
 namespace {
 
-enum class Removal { removed, vanished, failed };
-
-Removal removeIfUnchanged(const JunkItem& item, const std::map<std::string, PathIdentity>& identities) {
-  const auto now = PathIdentity::of(item.path);
-  if (!now) return Removal::vanished;
+ActionOutcome removeIfUnchanged(const JunkItem& item, const std::map<std::string, FileIdentity>& identities,
+                                const Context& context) {
+  const auto now = identityOfPath(item.path);
+  if (!now) return ActionOutcome::gone();
   const auto then = identities.find(item.path);
-  if (then == identities.end() || then->second != *now) return Removal::failed;
-  return DiskScanner::remove(item.path) ? Removal::removed : Removal::failed;
+  if (then == identities.end() || then->second != *now) return ActionOutcome::failure("replaced since it was measured");
+  // The disk scanner's guard: inside the home folder only.
+  if (!DevSafety::deepInsideHome(item.path, context.home) || removeTreeSafely(item.path)) {
+    return ActionOutcome::failure("could not be deleted");
+  }
+  return ActionOutcome::success(item.size);
 }
 
-std::string historyName(const JunkCategory& category, std::int64_t count) {
+std::string historyName(const JunkCategory& category, std::size_t count) {
   return category.title + " (" + std::to_string(count) + (count == 1 ? " item)" : " items)");
 }
 
 }  // namespace
 
 JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
-                           const std::map<std::string, PathIdentity>& identities,
+                           const std::map<std::string, FileIdentity>& identities, const Context& context,
                            const std::function<void(const std::string&)>& progress) {
   JunkCleanOutcome outcome;
   for (const JunkCategory* category : categories) {
-    std::int64_t freed = 0;
-    std::int64_t deleted = 0;
-    for (const auto& item : category->items()) {
-      if (progress) progress(item.path);
-      switch (removeIfUnchanged(item, identities)) {
-        case Removal::removed:
-          freed += item.size;
-          ++deleted;
-          break;
-        case Removal::failed:
-          outcome.failed.push_back(item.path);
-          break;
-        case Removal::vanished:
-          break;
-      }
+    const auto& items = category->items();
+    std::vector<RemovalItem> removals;
+    for (const auto& item : items) {
+      removals.push_back(
+          {item.path, std::nullopt,
+           [&item, &identities](const Context& context) { return removeIfUnchanged(item, identities, context); },
+           /*plainDeletion=*/true});
     }
-    if (deleted > 0) History::record(junkHistoryCategory, historyName(*category, deleted), freed, junkRestoreHint);
-    outcome.freed += freed;
-    outcome.deleted += deleted;
+    RemovalOptions options;
+    options.category = junkHistoryCategory;
+    options.batchName = [category](std::size_t done) { return historyName(*category, done); };
+    options.batchRestore = junkRestoreHint;
+    options.oneAtATime = true;
+    if (progress) options.starting = [&](std::size_t index) { progress(items[index].path); };
+    const RemovalReport report = runRemovals(context, removals, options);
+    for (std::size_t index = 0; index < items.size(); ++index) {
+      const ActionOutcome& result = report.outcomes[index];
+      if (result.status == ActionOutcome::Status::done) ++outcome.deleted;
+      if (!result.succeeded()) outcome.failed.push_back(items[index].path);
+    }
+    outcome.freed += report.freed;
   }
   return outcome;
 }

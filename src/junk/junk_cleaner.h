@@ -6,8 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "core/context.h"
+#include "fs/file_identity.h"
 #include "junk/junk_category.h"
-#include "junk/path_identity.h"
 
 namespace tw {
 
@@ -21,14 +22,14 @@ struct JunkCleanOutcome {
   std::vector<std::string> failed;  // paths not (fully) removed, in the order tried
 };
 
-// Deletes every item of the given categories, one after another, through the disk
-// scanner's guarded removal (inside the home folder only, no links followed, no other
-// file system entered). An item whose path no longer names what was measured (it was
-// replaced, say by a link or a file) is left alone and counts as failed; one that has
-// vanished is skipped. A failure never stops the run. Each category that freed something
-// gets one history entry. `progress` is told each path before it is removed.
+// Deletes every item of the given categories, one after another, through the removal
+// service and the disk scanner's guarded removal (inside the home folder only, no links
+// followed, no other file system entered). An item whose path no longer names what was
+// measured (it was replaced, say by a link or a file) is left alone and counts as failed;
+// one that has vanished is skipped. A failure never stops the run. Each category that
+// freed something gets one history entry. `progress` is told each path before it is removed.
 [[nodiscard]] JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
-                                         const std::map<std::string, PathIdentity>& identities,
+                                         const std::map<std::string, FileIdentity>& identities, const Context& context,
                                          const std::function<void(const std::string&)>& progress = {});
 
 }  // namespace tw

@@ -5,9 +5,9 @@
 #include <cerrno>
 #include <optional>
 
-#include "core/file_io.h"
-#include "core/path.h"
-#include "lens/disk_scanner.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/usage.h"
 
 namespace tw {
 namespace {
@@ -17,7 +17,7 @@ constexpr const char* folderViewSettings = ".DS_Store";
 
 // What `kids` returns, or nothing when the folder cannot be listed (some callers say why).
 std::optional<std::vector<std::string>> listedKids(const std::string& folder, const JunkFinders::NameFilter& where) {
-  const auto entries = DiskScanner::list(folder);
+  const auto entries = listFolder(folder);
   if (!entries) return std::nullopt;
   std::vector<std::string> paths;
   for (const auto& entry : *entries) {
@@ -29,9 +29,9 @@ std::optional<std::vector<std::string>> listedKids(const std::string& folder, co
 }
 
 void walkForCacheFolders(const std::string& folder, int depth, const std::set<std::string>& names, int maxDepth,
-                         std::vector<std::string>& found) {
-  if (depth > maxDepth) return;
-  const auto entries = DiskScanner::list(folder);
+                         const std::stop_token& stop, std::vector<std::string>& found) {
+  if (depth > maxDepth || stop.stop_requested()) return;
+  const auto entries = listFolder(folder);
   if (!entries) return;
   for (const auto& entry : *entries) {
     if (!entry.isDir) continue;
@@ -39,7 +39,7 @@ void walkForCacheFolders(const std::string& folder, int depth, const std::set<st
     if (names.contains(entry.name)) {
       found.push_back(path);
     } else {
-      walkForCacheFolders(path, depth + 1, names, maxDepth, found);
+      walkForCacheFolders(path, depth + 1, names, maxDepth, stop, found);
     }
   }
 }
@@ -81,15 +81,16 @@ std::vector<std::string> JunkFinders::existing(const std::vector<std::string>& p
 }
 
 std::vector<std::string> JunkFinders::cacheFolders(const std::string& root, const std::set<std::string>& names,
-                                                   int maxDepth) {
+                                                   int maxDepth, std::stop_token stop) {
   std::vector<std::string> found;
-  walkForCacheFolders(root, 1, names, maxDepth, found);
+  walkForCacheFolders(root, 1, names, maxDepth, stop, found);
   return found;
 }
 
-JunkFinding JunkFinders::find(const std::vector<JunkSource>& sources, const JunkRoots& roots) {
+JunkFinding JunkFinders::find(const std::vector<JunkSource>& sources, const JunkRoots& roots, std::stop_token stop) {
   JunkFinding finding;
   for (const auto& source : sources) {
+    if (stop.stop_requested()) break;
     switch (source.kind) {
       case JunkSource::Kind::entries:
         findEntries(source, roots, finding);
@@ -101,7 +102,7 @@ JunkFinding JunkFinders::find(const std::vector<JunkSource>& sources, const Junk
         break;
       }
       case JunkSource::Kind::cacheFolders:
-        for (auto& path : cacheFolders(roots.expand(source.paths.front()), source.folderNames, source.maxDepth)) {
+        for (auto& path : cacheFolders(roots.expand(source.paths.front()), source.folderNames, source.maxDepth, stop)) {
           finding.paths.push_back(std::move(path));
         }
         break;

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <vector>
 
@@ -24,10 +25,13 @@ struct JunkFinders {
   // Folders named one of `names`, 1 to `maxDepth` levels below `root`; a match is not
   // looked inside, and links are never walked into.
   [[nodiscard]] static std::vector<std::string> cacheFolders(const std::string& root,
-                                                             const std::set<std::string>& names, int maxDepth);
+                                                             const std::set<std::string>& names, int maxDepth,
+                                                             std::stop_token stop = {});
 
-  // Everything a category's sources find, in source order.
-  [[nodiscard]] static JunkFinding find(const std::vector<JunkSource>& sources, const JunkRoots& roots);
+  // Everything a category's sources find, in source order; a stop request ends the
+  // search between folders.
+  [[nodiscard]] static JunkFinding find(const std::vector<JunkSource>& sources, const JunkRoots& roots,
+                                        std::stop_token stop = {});
 };
 
 }  // namespace tw

@@ -7,30 +7,32 @@
 #include <vector>
 
 #include "core/concurrent.h"
-#include "lens/disk_scanner.h"
+#include "fs/usage.h"
 
 namespace tw {
 namespace {
 
 struct Measured {
   std::int64_t size = 0;
-  std::optional<PathIdentity> identity;
+  std::optional<FileIdentity> identity;
 };
 
-void perform(JunkScanMode mode, std::size_t count, const std::function<void(std::size_t)>& body) {
+void perform(JunkScanMode mode, std::size_t count, const std::function<void(std::size_t)>& body,
+             const std::stop_token& stop) {
   if (mode == JunkScanMode::concurrent) {
-    concurrentPerform(count, body);
+    concurrentPerform(count, body, stop);
   } else {
-    for (std::size_t index = 0; index < count; ++index) body(index);
+    for (std::size_t index = 0; index < count && !stop.stop_requested(); ++index) body(index);
   }
 }
 
 }  // namespace
 
-JunkScanResult scanJunk(const JunkCategories& categories, JunkScanMode mode) {
+JunkScanResult scanJunk(const JunkCategories& categories, JunkScanMode mode, std::stop_token stop) {
   // Each task writes only its own slot, so no locking is needed and the order is kept.
   std::vector<JunkFinding> findings(categories.size());
-  perform(mode, categories.size(), [&](std::size_t index) { findings[index] = categories[index]->finder(); });
+  perform(
+      mode, categories.size(), [&](std::size_t index) { findings[index] = categories[index]->finder(stop); }, stop);
 
   // One pass over the paths of all categories, so a category with many paths does not
   // hold up the others.
@@ -39,12 +41,15 @@ JunkScanResult scanJunk(const JunkCategories& categories, JunkScanMode mode) {
     for (const auto& path : finding.paths) paths.push_back(&path);
   }
   std::vector<Measured> measured(paths.size());
-  perform(mode, paths.size(), [&](std::size_t index) {
-    // The identity is read first: if the path is swapped afterwards, the removal sees a
-    // different object and leaves it alone.
-    measured[index].identity = PathIdentity::of(*paths[index]);
-    measured[index].size = DiskScanner::usage(*paths[index]).first;
-  });
+  perform(
+      mode, paths.size(),
+      [&](std::size_t index) {
+        // The identity is read first: if the path is swapped afterwards, the removal sees a
+        // different object and leaves it alone.
+        measured[index].identity = identityOfPath(*paths[index]);
+        measured[index].size = usageOf(*paths[index], stop).size;
+      },
+      stop);
 
   JunkScanResult result;
   std::size_t slot = 0;

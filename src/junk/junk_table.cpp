@@ -1,10 +1,8 @@
 #include "junk/junk_table.h"
 
-#include <cstdlib>
 #include <utility>
 
-#include "core/home.h"
-#include "core/xdg_folders.h"
+#include "fs/path.h"
 
 namespace tw {
 
@@ -59,13 +57,8 @@ const JunkTable* junkTableNamed(const std::string& name) {
   return nullptr;
 }
 
-JunkRoots JunkRoots::current() {
-  JunkRoots roots;
-  roots.home = homeDirectory();
-  roots.cacheHome = xdgFolder("XDG_CACHE_HOME", "/.cache");
-  roots.configHome = xdgFolder("XDG_CONFIG_HOME", "/.config");
-  roots.dataHome = xdgFolder("XDG_DATA_HOME", "/.local/share");
-  return roots;
+JunkRoots JunkRoots::of(const Context& context) {
+  return {context.home, context.cacheHome, context.configHome, context.dataHome};
 }
 
 std::string JunkRoots::expand(const std::string& path) const {
@@ -81,10 +74,6 @@ std::string JunkRoots::expand(const std::string& path) const {
   return path;
 }
 
-std::string JunkRoots::tilde(const std::string& path) const {
-  if (path == home) return "~";
-  if (home != "/" && path.starts_with(home + "/")) return "~" + path.substr(home.size());
-  return path;
-}
+std::string JunkRoots::tilde(const std::string& path) const { return tildePath(path, home); }
 
 }  // namespace tw

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "core/context.h"
+
 namespace tw {
 
 // Where the Smart Clean catalogue looks is data: one table per platform, read by one set
@@ -64,14 +66,14 @@ struct JunkTable {
 // "macos" or "linux"; nothing for any other name.
 [[nodiscard]] const JunkTable* junkTableNamed(const std::string& name);
 
-// The folders a table's paths are relative to, read once from the environment.
+// The folders a table's paths are relative to, taken from the context.
 struct JunkRoots {
   std::string home;
   std::string cacheHome;   // $XDG_CACHE_HOME, else ~/.cache
   std::string configHome;  // $XDG_CONFIG_HOME, else ~/.config
   std::string dataHome;    // $XDG_DATA_HOME, else ~/.local/share
 
-  [[nodiscard]] static JunkRoots current();
+  [[nodiscard]] static JunkRoots of(const Context& context);
   // A table path made absolute; any other path is returned as it is.
   [[nodiscard]] std::string expand(const std::string& path) const;
   // The home prefix shown as "~".

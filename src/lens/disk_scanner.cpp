@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <limits>
-#include <thread>
 
 #include "core/concurrent.h"
-#include "lens/bulk_list.h"
-#include "lens/open_folder.h"
+#include "fs/bulk_list.h"
+#include "fs/open_folder.h"
 
 namespace tw {
 namespace {
@@ -27,10 +26,6 @@ std::string childPath(const std::string& parent, std::string_view name) {
 
 }  // namespace
 
-std::size_t DiskScanner::LinkKeyHash::operator()(const LinkKey& key) const noexcept {
-  return std::hash<std::uint64_t>{}(key.inode * 0x9e3779b97f4a7c15ULL ^ key.device);
-}
-
 std::set<std::string> DiskScanner::skipsFor(const std::string& path) {
   return path == "/" ? rootSkips() : std::set<std::string>{};
 }
@@ -42,18 +37,14 @@ std::string DiskScanner::current() const {
   return current_;
 }
 
-std::unique_ptr<FSNode> DiskScanner::scan(const std::string& path) {
+std::unique_ptr<FSNode> DiskScanner::scan(const std::string& path, std::stop_token stop) {
   auto root = std::make_unique<FSNode>(path, true, nullptr);
   {
     std::lock_guard lock(mutex_);
     stack_.push_back({root.get(), path, kUnknownDevice, false});
   }
-  // Most of a scan is spent waiting on the file system, so more threads than processors.
-  const unsigned workerCount = std::max(2 * activeProcessorCount(), 4u);
-  std::vector<std::thread> workers;
-  workers.reserve(workerCount);
-  for (unsigned i = 0; i < workerCount; ++i) workers.emplace_back([this] { work(); });
-  for (auto& worker : workers) worker.join();
+  const std::stop_callback onStop(stop, [this] { cancel(); });
+  runOnWorkers(workerCount(), [this] { work(); });
   return root;
 }
 
@@ -69,9 +60,9 @@ void DiskScanner::work() {
   }
 }
 
-bool DiskScanner::firstSighting(const LinkKey& key) {
+bool DiskScanner::firstSighting(const FileIdentity& file) {
   std::lock_guard lock(linkLock_);
-  return seenLinks_.insert(key).second;
+  return seenLinks_.insert(file).second;
 }
 
 void DiskScanner::process(const Pending& folder) {

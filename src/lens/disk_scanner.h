@@ -7,11 +7,16 @@
 #include <mutex>
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
+
+#include "core/context.h"
+#include "fs/file_identity.h"
+#include "fs/usage.h"
 
 namespace tw {
 
@@ -41,31 +46,24 @@ class FSNode {
 struct DiskInfo {
   std::int64_t total = 0;
   std::int64_t free = 0;
-  [[nodiscard]] static DiskInfo current();
+  [[nodiscard]] static DiskInfo current(const Context& context);
 };
 
 class DiskScanner {
  public:
-  struct Entry {
-    std::string name;
-    bool isDir = false;
-    std::int64_t size = 0;  // allocated bytes; 0 for folders
-    std::uint64_t fileID = 0;
-    std::uint32_t links = 1;
-    std::int64_t privateSize = 0;  // bytes deleting it would really free
-  };
+  using Entry = FolderEntry;
 
-  // --- shared file-system operations (static, any thread) ---
+  // --- shared file-system operations (static, any thread), done by the file-system layer ---
 
   // Every readable entry of a folder in listing order; nothing when it cannot be opened.
   // Never follows a symbolic link, also not for `path` itself.
   [[nodiscard]] static std::optional<std::vector<Entry>> list(const std::string& path);
   // Allocated and freeable bytes of a path (links are not followed).
-  [[nodiscard]] static std::pair<std::int64_t, std::int64_t> usage(const std::string& path);
+  [[nodiscard]] static std::pair<std::int64_t, std::int64_t> usage(const std::string& path, std::stop_token stop = {});
   [[nodiscard]] static std::int64_t size(const std::string& path);
-  // Guarded recursive delete: only two or more levels below the home folder, never
-  // following links, never crossing into another file system.
-  [[nodiscard]] static bool remove(const std::string& path);
+  // Guarded recursive delete: only two or more levels below `home`, never following
+  // links, never crossing into another file system.
+  [[nodiscard]] static bool remove(const std::string& path, const std::string& home);
   [[nodiscard]] static const std::set<std::string>& rootSkips();
   // What a scan of `path` leaves out: rootSkips for the whole disk ("/"), nothing otherwise.
   [[nodiscard]] static std::set<std::string> skipsFor(const std::string& path);
@@ -75,8 +73,9 @@ class DiskScanner {
   DiskScanner(const DiskScanner&) = delete;
   DiskScanner& operator=(const DiskScanner&) = delete;
 
-  // Blocks until the tree is complete. One scan per scanner.
-  [[nodiscard]] std::unique_ptr<FSNode> scan(const std::string& path);
+  // Blocks until the tree is complete, or until `stop` (or cancel()) ends it early. One
+  // scan per scanner.
+  [[nodiscard]] std::unique_ptr<FSNode> scan(const std::string& path, std::stop_token stop = {});
 
   // Progress, readable from another thread while scan() runs.
   [[nodiscard]] std::int64_t items() const { return items_.load(std::memory_order_relaxed); }
@@ -93,20 +92,11 @@ class DiskScanner {
     std::uint64_t parentDevice;
     bool sharesExtents;
   };
-  struct LinkKey {
-    std::uint64_t device;
-    std::uint64_t inode;
-    friend bool operator==(const LinkKey&, const LinkKey&) = default;
-  };
-  struct LinkKeyHash {
-    std::size_t operator()(const LinkKey& key) const noexcept;
-  };
-
   void work();
   void process(const Pending& folder);
   void complete(FSNode* node);
   // True the first time a multiply-linked file is met in this scan.
-  bool firstSighting(const LinkKey& key);
+  bool firstSighting(const FileIdentity& file);
 
   std::set<std::string> skip_;
   mutable std::mutex mutex_;  // guards everything below up to linkLock_, except the atomics
@@ -119,7 +109,7 @@ class DiskScanner {
   std::unordered_map<const FSNode*, std::int64_t> pending_;
   std::unordered_map<const FSNode*, std::int64_t> ownCount_;
   std::mutex linkLock_;  // guards seenLinks_ only; never held together with mutex_
-  std::unordered_set<LinkKey, LinkKeyHash> seenLinks_;
+  std::unordered_set<FileIdentity> seenLinks_;
   std::atomic<bool> cancelled_{false};
 };
 

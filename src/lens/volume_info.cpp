@@ -1,6 +1,5 @@
 #include "lens/volume_info.h"
 
-#include "core/sample_mode.h"
 #include "lens/disk_scanner.h"
 
 namespace tw {
@@ -11,9 +10,9 @@ constexpr std::int64_t kDemoFree = 128'400'000'000;
 
 }  // namespace
 
-VolumeInfo reportedVolume() {
-  VolumeInfo volume = startupVolume();
-  if (!sampleDataMode()) return volume;
+VolumeInfo reportedVolume(const Context& context) {
+  VolumeInfo volume = startupVolume(context.home);
+  if (!context.sampleData) return volume;
   volume.name = "Macintosh HD";
   volume.total = kDemoTotal;
   volume.available = kDemoFree;
@@ -22,8 +21,8 @@ VolumeInfo reportedVolume() {
   return volume;
 }
 
-DiskInfo DiskInfo::current() {
-  const VolumeInfo volume = reportedVolume();
+DiskInfo DiskInfo::current(const Context& context) {
+  const VolumeInfo volume = reportedVolume(context);
   return {volume.total, volume.available};
 }
 

@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <string>
 
+#include "core/context.h"
+
 namespace tw {
 
 // Capacity of the volume that status reports on.
@@ -17,9 +19,9 @@ struct VolumeInfo {
 
 // The start-up volume on macOS, the volume holding the home folder elsewhere. Unknown
 // values are 0; never fails.
-[[nodiscard]] VolumeInfo startupVolume();
+[[nodiscard]] VolumeInfo startupVolume(const std::string& home);
 
 // startupVolume(), or fixed demonstration values in sample-data mode.
-[[nodiscard]] VolumeInfo reportedVolume();
+[[nodiscard]] VolumeInfo reportedVolume(const Context& context);
 
 }  // namespace tw

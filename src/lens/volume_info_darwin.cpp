@@ -32,7 +32,7 @@ std::string stringValue(CFURLRef url, CFStringRef key) {
 
 }  // namespace
 
-VolumeInfo startupVolume() {
+VolumeInfo startupVolume(const std::string&) {
   VolumeInfo volume;
   volume.purgeableNote = "space macOS frees on demand (snapshots, caches)";
   CFURLRef root = CFURLCreateWithFileSystemPath(nullptr, CFSTR("/"), kCFURLPOSIXPathStyle, true);

@@ -4,9 +4,8 @@
 #include <climits>
 #include <cstdlib>
 
-#include "core/file_io.h"
-#include "core/home.h"
-#include "lens/mounts.h"
+#include "fs/file_io.h"
+#include "fs/mounts.h"
 #include "lens/volume_info.h"
 
 namespace tw {
@@ -32,8 +31,7 @@ std::string mountPointOf(const std::string& folder) {
 
 }  // namespace
 
-VolumeInfo startupVolume() {
-  const std::string home = homeDirectory();
+VolumeInfo startupVolume(const std::string& home) {
   VolumeInfo volume;
   volume.purgeableNote = "Linux has no purgeable space";
   volume.name = mountPointOf(home);

@@ -1,17 +1,16 @@
 #include "screens/git_repos.h"
 
-#include <sys/stat.h>
-
 #include <limits>
 
 #include "core/concurrent.h"
-#include "core/file_io.h"
 #include "core/format.h"
-#include "core/path.h"
 #include "core/settings.h"
 #include "core/shell.h"
+#include "core/sizes.h"
 #include "core/text.h"
-#include "lens/disk_scanner.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/usage.h"
 #include "screens/git_output.h"
 #include "screens/projects.h"
 #include "screens/screen_order.h"
@@ -29,18 +28,14 @@ std::int64_t kibibytes(std::int64_t value) {
   return value > limit ? std::numeric_limits<std::int64_t>::max() : value * 1024;
 }
 
-std::int64_t saturatingSum(std::int64_t left, std::int64_t right) {
-  std::int64_t sum = 0;
-  return __builtin_add_overflow(left, right, &sum) ? std::numeric_limits<std::int64_t>::max() : sum;
-}
-
 bool needsNothing(const GitRepos::Stats& stats, const GitRepos::Footprint& footprint) {
   return stats.looseBytes < looseThreshold && stats.garbageBytes < 1 && stats.garbageCount < 1 &&
          footprint.lfsBytes < lfsThreshold && footprint.gitBytes < largeGitThreshold;
 }
 
-std::string detailFor(const std::string& repo, const GitRepos::Stats& stats, const GitRepos::Footprint& footprint) {
-  std::string detail = tildePath(repo);
+std::string detailFor(const std::string& repo, const GitRepos::Stats& stats, const GitRepos::Footprint& footprint,
+                      const std::string& home) {
+  std::string detail = tildePath(repo, home);
   const auto add = [&](const std::string& part) { detail += " \u00b7 " + part; };
   add(std::to_string(stats.looseCount) + " loose objects (" + byteFormatter(stats.looseBytes) + ")");
   add("packs " + byteFormatter(stats.packedBytes));
@@ -65,20 +60,20 @@ std::vector<Badge> badgesFor(const GitRepos::Stats& stats, const GitRepos::Footp
   return badges;
 }
 
-GitRepos::Footprint footprintOf(const std::string& repo) {
+GitRepos::Footprint footprintOf(const std::string& repo, const std::stop_token& stop) {
   GitRepos::Footprint footprint;
   const std::string dotGit = repo + "/.git";
   const std::string lfs = dotGit + "/lfs";
   footprint.lfsFolder = isFolder(lfs);
-  if (footprint.lfsFolder) footprint.lfsBytes = DiskScanner::usage(lfs).first;
-  footprint.gitBytes = DiskScanner::usage(dotGit).first;
+  if (footprint.lfsFolder) footprint.lfsBytes = usageOf(lfs, stop).size;
+  footprint.gitBytes = usageOf(dotGit, stop).size;
   footprint.gitRunning = pathExists(dotGit + "/index.lock");
   return footprint;
 }
 
-std::vector<std::string> repositories() {
+std::vector<std::string> repositories(const Context& context) {
   std::vector<std::string> repos;
-  for (const auto& project : Projects::discover(DevSettings::projectRoots())) {
+  for (const auto& project : Projects::discover(DevSettings::projectRoots(context), context.stop)) {
     if (pathExists(project + "/.git")) repos.push_back(project);
   }
   return repos;
@@ -111,14 +106,14 @@ GitRepos::Stats GitRepos::parse(const std::string& output) {
 }
 
 std::optional<DevItem> GitRepos::assess(const std::string& repo, const std::string& git, bool hasLFS,
-                                        const Stats& stats, const Footprint& footprint) {
+                                        const Stats& stats, const Footprint& footprint, const std::string& home) {
   if (needsNothing(stats, footprint)) return std::nullopt;
   DevItem item;
   item.id = repo;
   item.name = lastPathComponent(repo);
-  item.detail = detailFor(repo, stats, footprint);
+  item.detail = detailFor(repo, stats, footprint, home);
   item.size = footprint.gitBytes;
-  item.freeable = saturatingSum(stats.looseBytes, stats.garbageBytes);
+  item.freeable = saturatingAdd(stats.looseBytes, stats.garbageBytes);
   item.badges = badgesFor(stats, footprint);
   item.selected = stats.looseBytes > preselectAbove && !footprint.gitRunning;
   item.action = DevAction::commands({{git, "-C", repo, "gc", "--prune=now", "--quiet"}});
@@ -131,20 +126,23 @@ std::optional<DevItem> GitRepos::assess(const std::string& repo, const std::stri
   return item;
 }
 
-std::optional<DevItem> GitRepos::inspect(const std::string& repo, const std::string& git, bool hasLFS) {
-  const auto result = Shell::run(git, {"-C", repo, "count-objects", "-v"}, statsTimeout);
+std::optional<DevItem> GitRepos::inspect(const std::string& repo, const std::string& git, bool hasLFS,
+                                         const Context& context) {
+  const auto result = Shell::run(git, {"-C", repo, "count-objects", "-v"}, statsTimeout, context);
   if (result.code != 0) return std::nullopt;
-  return assess(repo, git, hasLFS, parse(result.out), footprintOf(repo));
+  return assess(repo, git, hasLFS, parse(result.out), footprintOf(repo, context.stop), context.home);
 }
 
-ProviderResult GitRepos::load() {
-  const auto git = Shell::which("git");
+ProviderResult GitRepos::load(const Context& context) {
+  const auto git = Shell::which("git", context);
   if (!git) return {{}, "Git isn't installed. Install the Xcode Command Line Tools to inspect repositories."};
-  const bool hasLFS = Shell::which("git-lfs").has_value();
+  const bool hasLFS = Shell::which("git-lfs", context).has_value();
 
-  const auto repos = repositories();
+  const auto repos = repositories(context);
   std::vector<std::optional<DevItem>> inspected(repos.size());
-  concurrentPerform(repos.size(), [&](std::size_t index) { inspected[index] = inspect(repos[index], *git, hasLFS); });
+  concurrentPerform(
+      repos.size(), [&](std::size_t index) { inspected[index] = inspect(repos[index], *git, hasLFS, context); },
+      context.stop);
   std::vector<DevItem> items;
   for (auto& item : inspected) {
     if (item) items.push_back(std::move(*item));

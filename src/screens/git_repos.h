@@ -35,13 +35,16 @@ struct GitRepos {
   [[nodiscard]] static Stats parse(const std::string& output);
 
   // The item of one repository, or nothing when it needs no cleanup.
-  [[nodiscard]] static std::optional<DevItem> inspect(const std::string& repo, const std::string& git, bool hasLFS);
+  [[nodiscard]] static std::optional<DevItem> inspect(const std::string& repo, const std::string& git, bool hasLFS,
+                                                      const Context& context);
 
-  // The item for figures already gathered: the thresholds, badges and texts of inspect().
+  // The item for figures already gathered: the thresholds, badges and texts of inspect();
+  // `home` is shown as "~".
   [[nodiscard]] static std::optional<DevItem> assess(const std::string& repo, const std::string& git, bool hasLFS,
-                                                     const Stats& stats, const Footprint& footprint);
+                                                     const Stats& stats, const Footprint& footprint,
+                                                     const std::string& home);
 
-  [[nodiscard]] static ProviderResult load();
+  [[nodiscard]] static ProviderResult load(const Context& context);
 };
 
 }  // namespace tw

@@ -6,10 +6,11 @@
 
 #include <unordered_set>
 
-#include "core/file_io.h"
-#include "core/path.h"
+#include "core/package_folders.h"
 #include "core/text.h"
-#include "lens/disk_scanner.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/usage.h"
 #include "screens/projects.h"
 
 namespace tw {
@@ -18,25 +19,22 @@ namespace {
 constexpr int discoveryDepth = 6;  // project folders are looked for this many levels down
 constexpr int artifactDepth = 9;   // the walk inside a project descends past this level no further
 
-bool isBundle(const std::string& name) {
-  const std::string extension = pathExtension(name);
-  return !extension.empty() && Projects::bundleExts().contains(extension);
-}
-
-bool isProject(const std::vector<DiskScanner::Entry>& entries) {
+bool isProject(const std::vector<FolderEntry>& entries) {
   for (const auto& entry : entries) {
     if (entry.name == ".git" || Projects::manifests().contains(entry.name)) return true;
   }
   return false;
 }
 
-bool searchedForProjects(const DiskScanner::Entry& entry) {
-  return entry.isDir && !entry.name.starts_with('.') && !Projects::skip().contains(entry.name) && !isBundle(entry.name);
+bool searchedForProjects(const FolderEntry& entry) {
+  return entry.isDir && !entry.name.starts_with('.') && !Projects::skip().contains(entry.name) &&
+         !isPackageFolder(entry.name);
 }
 
-void discoverIn(const std::string& folder, int depth, std::vector<std::string>& found,
+void discoverIn(const std::string& folder, int depth, const std::stop_token& stop, std::vector<std::string>& found,
                 std::unordered_set<std::string>& seen) {
-  const auto entries = DiskScanner::list(folder);
+  if (stop.stop_requested()) return;
+  const auto entries = listFolder(folder);
   if (!entries) return;
   if (isProject(*entries)) {
     if (seen.insert(folder).second) found.push_back(folder);
@@ -44,13 +42,15 @@ void discoverIn(const std::string& folder, int depth, std::vector<std::string>& 
   }
   if (depth >= discoveryDepth) return;
   for (const auto& entry : *entries) {
-    if (searchedForProjects(entry)) discoverIn(joinPath(folder, entry.name), depth + 1, found, seen);
+    if (searchedForProjects(entry)) discoverIn(joinPath(folder, entry.name), depth + 1, stop, found, seen);
   }
 }
 
 class ArtifactWalk {
  public:
-  explicit ArtifactWalk(std::string root) : root_(std::move(root)) { found_.push_back({root_, {}}); }
+  ArtifactWalk(std::string root, std::stop_token stop) : root_(std::move(root)), stop_(std::move(stop)) {
+    found_.push_back({root_, {}});
+  }
 
   std::vector<Projects::Found> run() {
     walk(root_, 0, 0);
@@ -59,7 +59,8 @@ class ArtifactWalk {
 
  private:
   void walk(const std::string& folder, int depth, std::size_t project) {
-    const auto entries = DiskScanner::list(folder);
+    if (stop_.stop_requested()) return;
+    const auto entries = listFolder(folder);
     if (!entries) return;
     Projects::Names siblings;
     siblings.reserve(entries->size());
@@ -76,12 +77,13 @@ class ArtifactWalk {
         found_[project].artifacts.push_back({std::move(path), rule->hint});
         continue;
       }
-      if (depth > artifactDepth || entry.name == "node_modules" || isBundle(entry.name)) continue;
+      if (depth > artifactDepth || entry.name == "node_modules" || isPackageFolder(entry.name)) continue;
       walk(path, depth + 1, project);
     }
   }
 
   std::string root_;
+  std::stop_token stop_;
   std::vector<Projects::Found> found_;
 };
 
@@ -115,14 +117,16 @@ std::optional<std::string> gitDirectory(const std::string& root) {
 
 }  // namespace
 
-std::vector<std::string> Projects::discover(const std::vector<std::string>& roots) {
+std::vector<std::string> Projects::discover(const std::vector<std::string>& roots, std::stop_token stop) {
   std::vector<std::string> found;
   std::unordered_set<std::string> seen;
-  for (const auto& root : roots) discoverIn(root, 0, found, seen);
+  for (const auto& root : roots) discoverIn(root, 0, stop, found, seen);
   return found;
 }
 
-std::vector<Projects::Found> Projects::artifacts(const std::string& root) { return ArtifactWalk(root).run(); }
+std::vector<Projects::Found> Projects::artifacts(const std::string& root, std::stop_token stop) {
+  return ArtifactWalk(root, std::move(stop)).run();
+}
 
 std::optional<Date> Projects::lastActive(const std::string& root) {
   // A ".git" file whose "gitdir:" line is missing or leads nowhere is no better than no
@@ -134,8 +138,6 @@ std::optional<Date> Projects::lastActive(const std::string& root) {
   return modificationTime(root);
 }
 
-bool Projects::idle(const std::optional<Date>& date, Date now) {
-  return date && now - *date > std::chrono::seconds(2'592'000);
-}
+bool Projects::idle(const std::optional<Date>& date, Date now) { return date && now - *date > staleAge; }
 
 }  // namespace tw

@@ -6,8 +6,8 @@
 #include "core/concurrent.h"
 #include "core/format.h"
 #include "core/measure.h"
-#include "core/path.h"
 #include "core/settings.h"
+#include "fs/path.h"
 #include "screens/screen_order.h"
 
 namespace tw {
@@ -27,9 +27,9 @@ DevItem artifactItem(const std::string& project, const Projects::Artifact& artif
   return item;
 }
 
-DevGroupPtr projectGroup(const std::string& project, std::vector<DevItem> items, Date now) {
+DevGroupPtr projectGroup(const std::string& home, const std::string& project, std::vector<DevItem> items, Date now) {
   const auto active = Projects::lastActive(project);
-  std::string subtitle = tildePath(project);
+  std::string subtitle = tildePath(project, home);
   if (active) subtitle += " \u00b7 last active " + ago(*active, now);
   auto group = std::make_shared<DevGroup>(project, lastPathComponent(project), subtitle, "folder.badge.gearshape");
   group->lastActive = active;
@@ -43,10 +43,11 @@ DevGroupPtr projectGroup(const std::string& project, std::vector<DevItem> items,
   return group;
 }
 
-std::vector<Projects::Found> findAll(const std::vector<std::string>& projects) {
+std::vector<Projects::Found> findAll(const std::vector<std::string>& projects, const std::stop_token& stop) {
   std::vector<std::vector<Projects::Found>> perProject(projects.size());
-  concurrentPerform(projects.size(),
-                    [&](std::size_t index) { perProject[index] = Projects::artifacts(projects[index]); });
+  concurrentPerform(
+      projects.size(), [&](std::size_t index) { perProject[index] = Projects::artifacts(projects[index], stop); },
+      stop);
   std::vector<Projects::Found> all;
   for (auto& found : perProject) std::move(found.begin(), found.end(), std::back_inserter(all));
   return all;
@@ -54,13 +55,17 @@ std::vector<Projects::Found> findAll(const std::vector<std::string>& projects) {
 
 }  // namespace
 
-ProviderResult Projects::load() {
-  const auto found = findAll(discover(DevSettings::projectRoots()));
+ProviderResult Projects::load(const Context& context) {
+  return scan(context.home, DevSettings::projectRoots(context), context.stop);
+}
+
+ProviderResult Projects::scan(const std::string& home, const std::vector<std::string>& roots, std::stop_token stop) {
+  const auto found = findAll(discover(roots, stop), stop);
   std::vector<std::string> paths;
   for (const auto& project : found) {
     for (const auto& artifact : project.artifacts) paths.push_back(artifact.path);
   }
-  const auto usages = measure(paths);
+  const auto usages = measure(paths, stop);
 
   const Date now = std::chrono::system_clock::now();
   std::vector<DevGroupPtr> groups;
@@ -71,7 +76,7 @@ ProviderResult Projects::load() {
       if (usage == usages.end() || usage->second.size < 1) continue;
       items.push_back(artifactItem(project.root, artifact, usage->second));
     }
-    if (!items.empty()) groups.push_back(projectGroup(project.root, std::move(items), now));
+    if (!items.empty()) groups.push_back(projectGroup(home, project.root, std::move(items), now));
   }
   sortByTotal(groups);
   if (groups.empty()) return {{}, "No projects found. Add the folders where you keep your code."};

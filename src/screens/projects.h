@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <set>
+#include <stop_token>
 #include <string>
 #include <unordered_set>
 #include <vector>
@@ -51,12 +52,14 @@ struct Projects {
   // The rule that a folder called `name` at `path`, whose parent holds `siblings`, matches.
   [[nodiscard]] static const Rule* match(const std::string& name, const Names& siblings, const std::string& path);
 
-  // Project folders under the roots, in the order they were found, each once.
-  [[nodiscard]] static std::vector<std::string> discover(const std::vector<std::string>& roots);
+  // Project folders under the roots, in the order they were found, each once. A stop
+  // request ends the search between folders.
+  [[nodiscard]] static std::vector<std::string> discover(const std::vector<std::string>& roots,
+                                                         std::stop_token stop = {});
 
   // The rebuildable folders of one project: its own first, then one Found per repository
   // nested inside it.
-  [[nodiscard]] static std::vector<Found> artifacts(const std::string& root);
+  [[nodiscard]] static std::vector<Found> artifacts(const std::string& root, std::stop_token stop = {});
 
   // When the project was last worked on: its git index (or HEAD), else the folder itself.
   [[nodiscard]] static std::optional<Date> lastActive(const std::string& root);
@@ -64,7 +67,10 @@ struct Projects {
   // Whether a project last active at `date` has been left alone for more than 30 days.
   [[nodiscard]] static bool idle(const std::optional<Date>& date, Date now);
 
-  [[nodiscard]] static ProviderResult load();
+  // The screen for these project roots; `home` is shown as "~".
+  [[nodiscard]] static ProviderResult scan(const std::string& home, const std::vector<std::string>& roots,
+                                           std::stop_token stop = {});
+  [[nodiscard]] static ProviderResult load(const Context& context);
 };
 
 }  // namespace tw

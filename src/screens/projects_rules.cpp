@@ -1,7 +1,7 @@
-#include <sys/stat.h>
-
 #include <unordered_map>
 
+#include "core/package_folders.h"
+#include "fs/file_io.h"
 #include "screens/projects.h"
 
 namespace tw {
@@ -55,11 +55,6 @@ bool anySatisfied(const std::vector<std::string>& requirements, const Projects::
   return false;
 }
 
-bool existsWithoutFollowing(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
 }  // namespace
 
 const std::vector<Projects::Rule>& Projects::rules() {
@@ -81,11 +76,7 @@ const std::set<std::string>& Projects::skip() {
   return names;
 }
 
-const std::set<std::string>& Projects::bundleExts() {
-  static const std::set<std::string> extensions{"app",       "photoslibrary", "musiclibrary", "bundle", "framework",
-                                                "xcodeproj", "xcworkspace",   "xcarchive",    "logicx", "fcpbundle"};
-  return extensions;
-}
+const std::set<std::string>& Projects::bundleExts() { return packageFolderExtensions(); }
 
 namespace {
 
@@ -109,7 +100,7 @@ const Projects::Rule* Projects::match(const std::string& name, const Names& sibl
   if (candidates == rulesByName().end()) return nullptr;
   for (const Rule* rule : candidates->second) {
     if (!anySatisfied(rule->requirements, siblings)) continue;
-    if (rule->contains && !existsWithoutFollowing(path + "/" + *rule->contains)) continue;
+    if (rule->contains && !pathExists(path + "/" + *rule->contains)) continue;
     return rule;
   }
   return nullptr;

@@ -3,16 +3,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "core/home.h"
-#include "core/sample_mode.h"
 #include "dedupe/dedupe.h"
 #include "screens/git_repos.h"
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"
 #include "screens/worktrees.h"
-
-extern char** environ;
 
 namespace tw {
 namespace {
@@ -31,35 +27,25 @@ constexpr PaneName paneNames[] = {
     {Pane::dedupe, "dedupe"},     {Pane::history, "history"},
 };
 
-std::map<std::string, std::string> processEnvironment() {
-  std::map<std::string, std::string> env;
-  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-    const std::string_view text(*entry);
-    const std::size_t equals = text.find('=');
-    if (equals != std::string_view::npos) env.emplace(text.substr(0, equals), text.substr(equals + 1));
-  }
-  return env;
-}
-
 std::vector<DevScreen> makeCleanup() {
   using Bar = DevScreen::Bar;
   return {
       {Pane::clean, "Smart Clean", "wind",
        "Caches, logs, Xcode and package-manager leftovers, and your Trash. Apps rebuild everything here on "
        "their own.",
-       "Clean", Bar::none, true, [] { return SmartCleanScreen::load(); }},
+       "Clean", Bar::none, true, [](const Context&) { return SmartCleanScreen::load(); }},
       {Pane::large, "Large & Old Files", "doc.badge.clock",
        "Big files, downloads you haven't touched in months, old screenshots and recordings, app builds and "
        "Mail downloads. Everything goes to the Trash, so you can change your mind.",
-       "Move to Trash", Bar::none, false, [] { return LargeFiles::load(); }},
+       "Move to Trash", Bar::none, false, [](const Context&) { return LargeFiles::load(); }},
       {Pane::apps, "Uninstaller", "xmark.app",
        "Remove apps together with the settings, caches and containers they leave in your Library, and clean "
        "up after apps you already deleted.",
-       "Uninstall Selected", Bar::none, false, [] { return Uninstaller::load(); }},
+       "Uninstall Selected", Bar::none, false, [](const Context&) { return Uninstaller::load(); }},
       {Pane::system, "System Data", "internaldrive",
        "What makes macOS's \"System Data\" huge: Time Machine local snapshots, iPhone and iPad backups, old "
        "macOS installers and firmware.",
-       "Remove Selected", Bar::none, true, [] { return SystemData::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context&) { return SystemData::load(); }},
   };
 }
 
@@ -69,40 +55,41 @@ std::vector<DevScreen> makeDeveloper() {
       {Pane::projects, "Projects", "folder.badge.gearshape",
        "Finds node_modules, build folders, Pods, virtualenvs and other rebuildable leftovers in your code "
        "projects, so you can clear out the ones you're not working on.",
-       "Delete Leftovers", Bar::rootsAdvisor, true, [] { return Projects::load(); }},
+       "Delete Leftovers", Bar::rootsAdvisor, true, [](const Context& context) { return Projects::load(context); }},
       {Pane::worktrees, "Worktrees", "arrow.triangle.branch",
        "Lists the git worktrees in your repositories (including ones made by AI coding agents), flags "
        "uncommitted or unpushed work, and removes them with git so the repo stays consistent.",
-       "Remove Worktrees", Bar::rootsNoFilter, true, [] { return Worktrees::load(); }},
+       "Remove Worktrees", Bar::rootsNoFilter, true, [](const Context& context) { return Worktrees::load(context); }},
       {Pane::simulators, "Simulators", "iphone",
        "iOS simulators and runtimes, Android emulators and system images. Removed through Xcode's own tools "
        "so nothing is left broken.",
-       "Remove Selected", Bar::none, true, [] { return Simulators::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context&) { return Simulators::load(); }},
       {Pane::toolchains, "Toolchains", "wrench.and.screwdriver",
        "Old Node, Python, Ruby, Rust, Flutter, Java and Go versions, Android NDKs, Xcode archives and "
        "Homebrew leftovers.",
-       "Remove Selected", Bar::none, true, [] { return Toolchains::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context&) { return Toolchains::load(); }},
       {Pane::ide, "IDE Leftovers", "chevron.left.forwardslash.chevron.right",
        "Old JetBrains and Android Studio versions, outdated VS Code and Cursor extensions, editor data for "
        "deleted projects, and old Gradle versions.",
-       "Remove Selected", Bar::none, true, [] { return IDELeftovers::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context&) { return IDELeftovers::load(); }},
       {Pane::docker, "Docker", "shippingbox",
        "Images, volumes and build cache, with what's in use, plus the VM disk that never shrinks on its "
        "own. Works with Docker Desktop, Colima and OrbStack.",
-       "Remove Selected", Bar::none, true, [] { return DockerDeep::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context&) { return DockerDeep::load(); }},
       {Pane::git, "Git Repos", "externaldrive.badge.timemachine",
        "Repositories with lots of loose objects, garbage or Git LFS cache. Compacted with git's own gc, so "
        "nothing you need is lost.",
-       "Compact Selected", Bar::rootsNoFilter, true, [] { return GitRepos::load(); }},
+       "Compact Selected", Bar::rootsNoFilter, true, [](const Context& context) { return GitRepos::load(context); }},
       {Pane::ai, "AI Models", "brain",
        "Local models from Hugging Face, Ollama, LM Studio, PyTorch, Whisper and GPT4All, with when each was "
        "last used.",
-       "Delete Models", Bar::none, true, [] { return AIModels::scan(homeDirectory(), processEnvironment()); }},
+       "Delete Models", Bar::none, true,
+       [](const Context& context) { return AIModels::scan(context.home, context.env); }},
       {Pane::dedupe, "Clone Dedupe", "square.on.square",
        "Finds identical files across your projects, worktrees and node_modules and turns the copies into "
        "APFS clones. Every file stays where it is and nothing is deleted; the copies just stop taking "
        "extra space.",
-       "Clone Duplicates", Bar::rootsNoFilter, false, [] { return Dedupe::load(); }},
+       "Clone Duplicates", Bar::rootsNoFilter, false, [](const Context& context) { return Dedupe::load(context); }},
   };
 }
 
@@ -157,14 +144,15 @@ const DevScreen* Screens::screen(Pane pane) {
 }
 
 Provider Screens::effectiveProvider(const DevScreen& screen) {
-  if (sampleDataMode()) return SampleData::provider(screen.pane);
-  return screen.provider;
+  return [provider = screen.provider, sample = SampleData::provider(screen.pane)](const Context& context) {
+    return context.sampleData ? sample(context) : provider(context);
+  };
 }
 
-std::map<Pane, std::shared_ptr<DevPane>> Screens::makePanes(const Dispatcher& dispatcher) {
+std::map<Pane, std::shared_ptr<DevPane>> Screens::makePanes(const Dispatcher& dispatcher, const Context& context) {
   std::map<Pane, std::shared_ptr<DevPane>> panes;
   for (const auto& screen : all()) {
-    auto pane = DevPane::make(effectiveProvider(screen), std::string(rawValue(screen.pane)), dispatcher);
+    auto pane = DevPane::make(effectiveProvider(screen), std::string(rawValue(screen.pane)), dispatcher, context);
     if (!panes.emplace(screen.pane, std::move(pane)).second) {
       std::fprintf(stderr, "tidewarden: two screens share the pane %s\n", std::string(rawValue(screen.pane)).c_str());
       std::abort();

@@ -59,11 +59,13 @@ struct Screens {
   [[nodiscard]] static std::vector<DevScreen> all();
   [[nodiscard]] static const DevScreen* screen(Pane pane);
 
-  // The screen's provider, or the demonstration data in sample-data mode.
+  // The screen's provider, which gives the demonstration data instead when the context
+  // it is called with is in sample-data mode.
   [[nodiscard]] static Provider effectiveProvider(const DevScreen& screen);
 
   // One pane per screen; two screens with one pane stop the program.
-  [[nodiscard]] static std::map<Pane, std::shared_ptr<DevPane>> makePanes(const Dispatcher& dispatcher);
+  [[nodiscard]] static std::map<Pane, std::shared_ptr<DevPane>> makePanes(const Dispatcher& dispatcher,
+                                                                          const Context& context);
 };
 
 // The note of a screen whose scanner this build does not have yet.

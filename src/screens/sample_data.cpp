@@ -3,8 +3,7 @@
 #include <chrono>
 
 #include "core/format.h"
-#include "core/home.h"
-#include "core/path.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {
@@ -32,8 +31,7 @@ struct SampleGroup {
   std::vector<SampleItem> items;
 };
 
-DevGroupPtr build(const SampleGroup& sample) {
-  const std::string home = homeDirectory();
+DevGroupPtr build(const SampleGroup& sample, const std::string& home) {
   std::string subtitle = sample.subtitle;
   std::optional<Date> lastActive;
   if (sample.idleDays >= 0) {
@@ -269,9 +267,9 @@ std::vector<SampleGroup> samplesFor(Pane pane) {
 }  // namespace
 
 Provider SampleData::provider(Pane pane) {
-  return [pane] {
+  return [pane](const Context& context) {
     ProviderResult result;
-    for (const auto& sample : samplesFor(pane)) result.groups.push_back(build(sample));
+    for (const auto& sample : samplesFor(pane)) result.groups.push_back(build(sample, context.home));
     return result;
   };
 }

@@ -4,10 +4,10 @@
 
 #include <optional>
 
-#include "core/file_io.h"
-#include "core/path.h"
 #include "core/text.h"
-#include "lens/disk_scanner.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/usage.h"
 
 namespace tw {
 namespace {
@@ -26,7 +26,7 @@ std::optional<std::string> recordedFolder(const std::string& record) {
 std::string recordedWorktreePath(const std::string& reported, const std::string& repo) {
   if (reported.find("\xef\xbf\xbd") == std::string::npos || pathExists(reported)) return reported;
   const std::string records = repo + "/.git/worktrees";
-  const auto entries = DiskScanner::list(records);
+  const auto entries = listFolder(records);
   if (!entries) return reported;
   std::optional<std::string> match;
   for (const auto& entry : *entries) {

@@ -1,17 +1,15 @@
 #include "screens/worktrees.h"
 
-#include <sys/stat.h>
-
 #include <map>
 
 #include "core/concurrent.h"
-#include "core/file_io.h"
 #include "core/format.h"
-#include "core/path.h"
 #include "core/settings.h"
 #include "core/shell.h"
 #include "core/text.h"
-#include "lens/disk_scanner.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/usage.h"
 #include "screens/git_output.h"
 #include "screens/projects.h"
 #include "screens/screen_order.h"
@@ -47,13 +45,8 @@ struct Block {
   }
 };
 
-bool existsWithoutFollowing(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0;
-}
-
-std::string runGit(const std::string& git, const std::vector<std::string>& arguments) {
-  return Shell::run(git, arguments, Worktrees::timeout).out;
+std::string runGit(const std::string& git, const std::vector<std::string>& arguments, const Context& context) {
+  return Shell::run(git, arguments, Worktrees::timeout, context).out;
 }
 
 DevItem missingItem(const Worktrees::Entry& entry, const std::string& repo, const std::string& git) {
@@ -76,14 +69,15 @@ struct WorkState {
   std::optional<Date> lastCommit;
 };
 
-WorkState workState(const std::string& path, const std::string& git, bool hasRemote) {
+WorkState workState(const std::string& path, const std::string& git, bool hasRemote, const Context& context) {
   WorkState state;
-  state.dirty = nonEmptyLineCount(runGit(git, {"-C", path, "status", "--porcelain"}));
+  state.dirty = nonEmptyLineCount(runGit(git, {"-C", path, "status", "--porcelain"}, context));
   if (hasRemote) {
-    const auto count = wholeNumber(runGit(git, {"-C", path, "rev-list", "--count", "HEAD", "--not", "--remotes"}));
+    const auto count =
+        wholeNumber(runGit(git, {"-C", path, "rev-list", "--count", "HEAD", "--not", "--remotes"}, context));
     state.unpushed = count.value_or(0);
   }
-  if (const auto seconds = wholeNumber(runGit(git, {"-C", path, "log", "-1", "--format=%ct"}))) {
+  if (const auto seconds = wholeNumber(runGit(git, {"-C", path, "log", "-1", "--format=%ct"}, context))) {
     state.lastCommit = dateFromSeconds(*seconds);
   }
   return state;
@@ -123,27 +117,28 @@ struct RepoWorktrees {
   bool hasRemote = false;
 };
 
-RepoWorktrees readRepository(const std::string& repo, const std::string& git) {
-  auto entries = Worktrees::parse(runGit(git, {"-C", repo, "worktree", "list", "--porcelain"}));
+RepoWorktrees readRepository(const std::string& repo, const std::string& git, const Context& context) {
+  auto entries = Worktrees::parse(runGit(git, {"-C", repo, "worktree", "list", "--porcelain"}, context));
   if (entries.size() < 2) return {};
   RepoWorktrees result;
-  result.hasRemote = !trimmed(runGit(git, {"-C", repo, "remote"})).empty();
+  result.hasRemote = !trimmed(runGit(git, {"-C", repo, "remote"}, context)).empty();
   result.extra.assign(std::make_move_iterator(entries.begin() + 1), std::make_move_iterator(entries.end()));
   for (auto& entry : result.extra) entry.path = recordedWorktreePath(entry.path, repo);
   return result;
 }
 
-std::vector<std::string> repositories() {
+std::vector<std::string> repositories(const Context& context) {
   std::vector<std::string> repos;
-  for (const auto& project : Projects::discover(DevSettings::projectRoots())) {
+  for (const auto& project : Projects::discover(DevSettings::projectRoots(context), context.stop)) {
     if (isFolder(project + "/.git/worktrees")) repos.push_back(project);
   }
   return repos;
 }
 
-DevGroupPtr repositoryGroup(const std::string& repo, std::vector<DevItem> items) {
+DevGroupPtr repositoryGroup(const std::string& repo, std::vector<DevItem> items, const std::string& home) {
   const std::size_t count = items.size();
-  std::string subtitle = tildePath(repo) + " \u00b7 " + std::to_string(count) + " worktree" + (count == 1 ? "" : "s");
+  std::string subtitle =
+      tildePath(repo, home) + " \u00b7 " + std::to_string(count) + " worktree" + (count == 1 ? "" : "s");
   auto group = std::make_shared<DevGroup>(repo, lastPathComponent(repo), subtitle, "arrow.triangle.branch");
   sortByFreeable(items);
   group->setItems(std::move(items));
@@ -166,11 +161,12 @@ std::vector<Worktrees::Entry> Worktrees::parse(const std::string& output) {
   return entries;
 }
 
-DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::string& git, bool hasRemote) {
-  if (entry.prunable || !existsWithoutFollowing(entry.path)) return missingItem(entry, repo, git);
-  const WorkState state = workState(entry.path, git, hasRemote);
+DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::string& git, bool hasRemote,
+                        const Context& context) {
+  if (entry.prunable || !pathExists(entry.path)) return missingItem(entry, repo, git);
+  const WorkState state = workState(entry.path, git, hasRemote, context);
   const auto issues = issuesFor(entry, state, hasRemote);
-  const auto [size, freeable] = DiskScanner::usage(entry.path);
+  const auto [size, freeable] = usageOf(entry.path, context.stop);
 
   DevItem item;
   item.id = entry.path;
@@ -190,13 +186,15 @@ DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::
   return item;
 }
 
-ProviderResult Worktrees::load() {
-  const auto git = Shell::which("git");
+ProviderResult Worktrees::load(const Context& context) {
+  const auto git = Shell::which("git", context);
   if (!git) return {{}, "Git isn't installed. Install the Xcode Command Line Tools to manage worktrees."};
 
-  const auto repos = repositories();
+  const auto repos = repositories(context);
   std::vector<RepoWorktrees> perRepo(repos.size());
-  concurrentPerform(repos.size(), [&](std::size_t index) { perRepo[index] = readRepository(repos[index], *git); });
+  concurrentPerform(
+      repos.size(), [&](std::size_t index) { perRepo[index] = readRepository(repos[index], *git, context); },
+      context.stop);
 
   struct Pending {
     std::size_t repo;
@@ -207,17 +205,22 @@ ProviderResult Worktrees::load() {
     for (const auto& entry : perRepo[repo].extra) pending.push_back({repo, &entry});
   }
   std::vector<DevItem> items(pending.size());
-  concurrentPerform(pending.size(), [&](std::size_t index) {
-    const auto& [repo, entry] = pending[index];
-    items[index] = item(*entry, repos[repo], *git, perRepo[repo].hasRemote);
-  });
+  concurrentPerform(
+      pending.size(),
+      [&](std::size_t index) {
+        const auto& [repo, entry] = pending[index];
+        items[index] = item(*entry, repos[repo], *git, perRepo[repo].hasRemote, context);
+      },
+      context.stop);
 
   std::map<std::size_t, std::vector<DevItem>> byRepo;
   for (std::size_t index = 0; index < pending.size(); ++index) {
     byRepo[pending[index].repo].push_back(std::move(items[index]));
   }
   std::vector<DevGroupPtr> groups;
-  for (auto& [repo, repoItems] : byRepo) groups.push_back(repositoryGroup(repos[repo], std::move(repoItems)));
+  for (auto& [repo, repoItems] : byRepo) {
+    groups.push_back(repositoryGroup(repos[repo], std::move(repoItems), context.home));
+  }
   sortByTotal(groups);
   if (groups.empty()) return {{}, "No extra git worktrees found in your project folders."};
   return {std::move(groups), std::nullopt};

@@ -25,10 +25,10 @@ struct Worktrees {
   [[nodiscard]] static std::vector<Entry> parse(const std::string& output);
 
   // The item of one extra worktree; `git` is the git executable's path.
-  [[nodiscard]] static DevItem item(const Entry& entry, const std::string& repo, const std::string& git,
-                                    bool hasRemote);
+  [[nodiscard]] static DevItem item(const Entry& entry, const std::string& repo, const std::string& git, bool hasRemote,
+                                    const Context& context);
 
-  [[nodiscard]] static ProviderResult load();
+  [[nodiscard]] static ProviderResult load(const Context& context);
 };
 
 }  // namespace tw

@@ -2,9 +2,9 @@
 
 #include <sys/stat.h>
 
-#include "core/path.h"
-#include "lens/disk_scanner.h"
-#include "trash/regular_file.h"
+#include "fs/path.h"
+#include "fs/regular_file.h"
+#include "fs/usage.h"
 
 namespace tw {
 namespace {
@@ -21,7 +21,7 @@ bool isFolder(const std::string& path) {
 
 std::vector<TrashDir> FinderLayout::trashDirs(const std::string& home, const std::string& volumesFolder, unsigned uid) {
   std::vector<TrashDir> dirs{{joinPath(home, ".Trash"), "/"}};
-  const auto volumes = DiskScanner::list(volumesFolder);
+  const auto volumes = listFolder(volumesFolder);
   if (!volumes) return dirs;
   for (const auto& volume : *volumes) {
     const std::string root = joinPath(volumesFolder, volume.name);

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-#include "core/path.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {

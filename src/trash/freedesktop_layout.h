@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-#include "lens/mounts.h"
+#include "fs/mounts.h"
 #include "trash/trash_item.h"
 
 namespace tw {

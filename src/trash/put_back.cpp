@@ -2,8 +2,8 @@
 
 #include <system_error>
 
-#include "core/file_io.h"
-#include "core/path.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
 #include "trash/move_item.h"
 #include "trash/trash_paths.h"
 
@@ -15,11 +15,12 @@ constexpr int maxAttempts = 1000;
 std::string failure(const std::string& name, const std::string& reason) { return name + " (" + reason + ")."; }
 
 // Empty on success, else the reason in the user's words.
-std::string moveBack(const std::string& from, const std::string& origin, std::string& placedAt) {
+std::string moveBack(const std::string& from, const std::string& origin, std::string& placedAt,
+                     const Context& context) {
   if (const auto error = createDirectories(parentPath(origin)); error) return error.message();
   for (int attempt = 1; attempt <= maxAttempts; ++attempt) {
     const std::string candidate = alternativePath(origin, attempt);
-    const std::error_code error = moveWithoutReplacing(from, candidate);
+    const std::error_code error = moveWithoutReplacing(from, candidate, context);
     if (!error) {
       placedAt = candidate;
       return "";
@@ -42,7 +43,8 @@ std::string alternativePath(const std::string& path, int attempt) {
   return joinPath(parentPath(path), stem + " " + std::to_string(attempt) + extension);
 }
 
-PutBackResult putBackItems(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs) {
+PutBackResult putBackItems(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs,
+                           const Context& context) {
   PutBackResult result;
   for (const auto& item : items) {
     const auto dir = containingTrashDir(item.path, dirs);
@@ -52,7 +54,7 @@ PutBackResult putBackItems(const std::vector<TrashItem>& items, const std::vecto
       continue;
     }
     std::string placedAt;
-    const std::string reason = moveBack(item.path, *item.origin, placedAt);
+    const std::string reason = moveBack(item.path, *item.origin, placedAt, context);
     if (!reason.empty()) {
       result.failures.push_back(failure(item.name, reason));
       continue;

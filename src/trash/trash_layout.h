@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/context.h"
 #include "core/date.h"
 #include "trash/trash_item.h"
 
@@ -23,13 +24,14 @@ struct TrashLayout {
 
   // The current user's Trash folders, the home Trash first (listed even when missing),
   // then those of mounted volumes that exist.
-  [[nodiscard]] static std::vector<TrashDir> dirs();
+  [[nodiscard]] static std::vector<TrashDir> dirs(const Context& context);
 
   // The home Trash alone (the first of dirs()), without looking at any volume.
-  [[nodiscard]] static TrashDir homeDir();
+  [[nodiscard]] static TrashDir homeDir(const Context& context);
 
   // Origin and trash date of each named entry of `dir`, as far as they are recorded.
-  [[nodiscard]] static std::map<std::string, Record> records(const TrashDir& dir, const std::set<std::string>& names);
+  [[nodiscard]] static std::map<std::string, Record> records(const TrashDir& dir, const std::set<std::string>& names,
+                                                             const Context& context);
 
   // Files that describe one entry; they go when the entry is deleted or put back.
   [[nodiscard]] static std::vector<std::string> companions(const TrashDir& dir, const std::string& name);
@@ -41,7 +43,7 @@ struct TrashLayout {
   [[nodiscard]] static std::string adminRemoveCommand(const std::vector<std::string>& paths);
 
   // Asks the system file manager to empty the Trash.
-  [[nodiscard]] static FileManagerResult emptyWithFileManager();
+  [[nodiscard]] static FileManagerResult emptyWithFileManager(const Context& context);
 };
 
 }  // namespace tw

@@ -3,9 +3,8 @@
 
 #include <cstring>
 
-#include "core/home.h"
-#include "core/path.h"
 #include "core/shell.h"
+#include "fs/path.h"
 #include "trash/finder_layout.h"
 #include "trash/shell_quote.h"
 #include "trash/trash_layout.h"
@@ -29,14 +28,14 @@ std::optional<Date> dateAdded(const std::string& path) {
 
 }  // namespace
 
-std::vector<TrashDir> TrashLayout::dirs() {
-  return FinderLayout::trashDirs(homeDirectory(), "/Volumes", static_cast<unsigned>(::getuid()));
+std::vector<TrashDir> TrashLayout::dirs(const Context& context) {
+  return FinderLayout::trashDirs(context.home, "/Volumes", static_cast<unsigned>(::getuid()));
 }
 
-TrashDir TrashLayout::homeDir() { return {joinPath(homeDirectory(), ".Trash"), "/"}; }
+TrashDir TrashLayout::homeDir(const Context& context) { return {joinPath(context.home, ".Trash"), "/"}; }
 
-std::map<std::string, TrashLayout::Record> TrashLayout::records(const TrashDir& dir,
-                                                                const std::set<std::string>& names) {
+std::map<std::string, TrashLayout::Record> TrashLayout::records(const TrashDir& dir, const std::set<std::string>& names,
+                                                                const Context&) {
   const auto putBacks = FinderLayout::putBackInfo(dir.dir, names);
   std::map<std::string, Record> result;
   for (const auto& name : names) {
@@ -62,8 +61,9 @@ std::string TrashLayout::adminRemoveCommand(const std::vector<std::string>& path
   return "/usr/bin/chflags -R nouchg,noschg " + quoted + " 2>/dev/null; /bin/rm -rfx " + quoted;
 }
 
-TrashLayout::FileManagerResult TrashLayout::emptyWithFileManager() {
-  const auto result = Shell::run("/usr/bin/osascript", {"-e", "tell application \"Finder\" to empty trash"}, 600);
+TrashLayout::FileManagerResult TrashLayout::emptyWithFileManager(const Context& context) {
+  const auto result =
+      Shell::run("/usr/bin/osascript", {"-e", "tell application \"Finder\" to empty trash"}, 600, context);
   if (result.code == 0) return FileManagerResult::emptied;
   // -1743: the user has not allowed this app to send Apple events to Finder.
   if (result.err.find("-1743") != std::string::npos) return FileManagerResult::notAllowed;

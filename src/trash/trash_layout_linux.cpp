@@ -1,12 +1,8 @@
 #include <unistd.h>
 
-#include <cstdlib>
-
-#include "core/home.h"
-#include "core/xdg_folders.h"
-#include "lens/mounts.h"
+#include "fs/mounts.h"
+#include "fs/regular_file.h"
 #include "trash/freedesktop_layout.h"
-#include "trash/regular_file.h"
 #include "trash/shell_quote.h"
 #include "trash/trash_layout.h"
 #include "trash/trashinfo.h"
@@ -17,19 +13,19 @@ namespace {
 // A .trashinfo is a few lines; anything much larger is not one.
 constexpr std::size_t maxTrashInfoBytes = 64 * 1024;
 
-std::string currentDataHome() { return xdgFolder("XDG_DATA_HOME", "/.local/share"); }
-
 }  // namespace
 
-std::vector<TrashDir> TrashLayout::dirs() {
-  return FreedesktopLayout::trashDirs(currentDataHome(), mountedVolumes(), static_cast<unsigned>(::getuid()));
+std::vector<TrashDir> TrashLayout::dirs(const Context& context) {
+  return FreedesktopLayout::trashDirs(context.dataHome, mountedVolumes(), static_cast<unsigned>(::getuid()));
 }
 
-TrashDir TrashLayout::homeDir() { return FreedesktopLayout::trashDirs(currentDataHome(), {}, 0).front(); }
+TrashDir TrashLayout::homeDir(const Context& context) {
+  return FreedesktopLayout::trashDirs(context.dataHome, {}, 0).front();
+}
 
-std::map<std::string, TrashLayout::Record> TrashLayout::records(const TrashDir& dir,
-                                                                const std::set<std::string>& names) {
-  const std::string top = FreedesktopLayout::topDir(dir, currentDataHome());
+std::map<std::string, TrashLayout::Record> TrashLayout::records(const TrashDir& dir, const std::set<std::string>& names,
+                                                                const Context& context) {
+  const std::string top = FreedesktopLayout::topDir(dir, context.dataHome);
   std::map<std::string, Record> result;
   for (const auto& name : names) {
     const auto text = readRegularFile(FreedesktopLayout::infoPath(dir, name), maxTrashInfoBytes);
@@ -52,6 +48,8 @@ std::string TrashLayout::adminRemoveCommand(const std::vector<std::string>& path
   return "/usr/bin/chattr -R -f -ia -- " + quoted + " 2>/dev/null; /bin/rm -rf --one-file-system -- " + quoted;
 }
 
-TrashLayout::FileManagerResult TrashLayout::emptyWithFileManager() { return FileManagerResult::unavailable; }
+TrashLayout::FileManagerResult TrashLayout::emptyWithFileManager(const Context&) {
+  return FileManagerResult::unavailable;
+}
 
 }  // namespace tw

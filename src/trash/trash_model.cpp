@@ -1,15 +1,16 @@
 #include "trash/trash_model.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <atomic>
 #include <mutex>
+#include <utility>
 
 #include "core/concurrent.h"
 #include "core/dev_item.h"
 #include "core/history.h"
-#include "lens/disk_scanner.h"
+#include "core/sizes.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
+#include "fs/usage.h"
 #include "trash/finder_layout.h"
 #include "trash/put_back.h"
 #include "trash/text_search.h"
@@ -21,13 +22,6 @@
 
 namespace tw {
 namespace {
-
-constexpr auto olderThan = std::chrono::seconds{2'592'000};  // 30 days
-
-bool present(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0;
-}
 
 std::vector<TrashItem> inTrash(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs) {
   std::vector<TrashItem> kept;
@@ -89,14 +83,18 @@ const std::vector<TrashModel::Sort>& TrashModel::allSorts() {
   return sorts;
 }
 
-TrashModel::TrashModel(Dispatcher owner, DirsSource dirs)
-    : owner_(std::move(owner)), dirs_(std::move(dirs)), self_(std::make_shared<TrashModel*>(this)) {}
+TrashModel::TrashModel(Dispatcher owner, Context context, DirsSource dirs)
+    : context_(std::move(context)), dirs_(std::move(dirs)), runner_(std::move(owner)) {
+  if (!dirs_) dirs_ = [context = context_] { return trashDirs(context); };
+}
 
 TrashModel::~TrashModel() = default;
 
-std::vector<TrashDir> TrashModel::trashDirs() { return TrashLayout::dirs(); }
+std::vector<TrashDir> TrashModel::trashDirs(const Context& context) { return TrashLayout::dirs(context); }
 
-bool TrashModel::isInTrash(const std::string& path) { return containingTrashDir(path, trashDirs()).has_value(); }
+bool TrashModel::isInTrash(const std::string& path, const Context& context) {
+  return containingTrashDir(path, trashDirs(context)).has_value();
+}
 
 std::map<std::string, PutBack> TrashModel::putBackInfo(const std::string& dir, const std::set<std::string>& names) {
   return FinderLayout::putBackInfo(dir, names);
@@ -104,29 +102,44 @@ std::map<std::string, PutBack> TrashModel::putBackInfo(const std::string& dir, c
 
 // --- state ---
 
+std::vector<std::size_t> TrashModel::rowsOf(const std::set<std::string>& paths) const {
+  std::vector<std::size_t> rows;
+  for (std::size_t row = 0; row < items_.size(); ++row) {
+    if (paths.contains(items_[row].path)) rows.push_back(row);
+  }
+  return rows;
+}
+
 void TrashModel::setSelection(std::set<std::string> selection) {
-  selection_ = std::move(selection);
-  notify("selection");
+  std::set<std::string> changed;
+  std::set_symmetric_difference(selection.begin(), selection.end(), selection_.ids().begin(), selection_.ids().end(),
+                                std::inserter(changed, changed.end()));
+  selection_.assign(std::move(selection));
+  notify(TrashField::selection, rowsOf(changed));
+}
+
+void TrashModel::setSelected(const std::string& path, bool selected) {
+  if (selection_.set(path, selected)) notify(TrashField::selection, rowsOf({path}));
 }
 
 void TrashModel::setSort(Sort sort) {
   sort_ = sort;
-  notify("sort");
+  notify(TrashField::sort);
 }
 
 void TrashModel::setSearch(std::string search) {
   search_ = std::move(search);
-  notify("search");
+  notify(TrashField::search);
 }
 
 void TrashModel::setOlderOnly(bool olderOnly) {
   olderOnly_ = olderOnly;
-  notify("olderOnly");
+  notify(TrashField::olderOnly);
 }
 
 std::int64_t TrashModel::total() const {
   std::int64_t sum = 0;
-  for (const auto& item : items_) sum += item.size.value_or(0);
+  for (const auto& item : items_) sum = saturatingAdd(sum, item.size.value_or(0));
   return sum;
 }
 
@@ -146,7 +159,7 @@ std::vector<TrashItem> visibleTrashItems(const std::vector<TrashItem>& items, Tr
                                          const std::string& search, bool olderOnly, Date now) {
   std::vector<TrashItem> kept;
   for (const auto& item : items) {
-    if (olderOnly && !(item.trashed && *item.trashed < now - olderThan)) continue;
+    if (olderOnly && !(item.trashed && *item.trashed < now - staleAge)) continue;
     if (!search.empty() && !containsIgnoringCase(item.name, search) &&
         !(item.origin && containsIgnoringCase(*item.origin, search))) {
       continue;
@@ -160,13 +173,11 @@ std::vector<TrashItem> visibleTrashItems(const std::vector<TrashItem>& items, Tr
 
 // --- loading and measuring ---
 
-TrashModel::Poster TrashModel::poster() const {
-  return [owner = owner_, weak = std::weak_ptr<TrashModel*>(self_)](std::function<void(TrashModel&)> change) {
-    owner([weak, change = std::move(change)] {
-      if (const auto self = weak.lock()) change(**self);
-    });
-  };
-}
+struct TrashModel::Measured {
+  std::size_t row;
+  std::string path;
+  Usage usage;
+};
 
 void TrashModel::load() { startLoad({}); }
 
@@ -174,20 +185,20 @@ void TrashModel::startLoad(std::function<void()> then) {
   if (then) afterLoad_.push_back(std::move(then));
   const std::uint64_t generation = ++generation_;
   loading_ = true;
-  notify("loading");
-  // The background side gets only copies and a way to post back, never `this`.
-  runInBackground([poster = poster(), dirsSource = dirs_, generation] {
+  notify(TrashField::loading);
+  // The job works on copies; only its result, on the owner's thread, touches the model.
+  runner_.start([this, dirsSource = dirs_, context = context_, generation](std::stop_token) -> TaskRunner::Result {
     Loaded loaded;
     const auto dirs = dirsSource();
     for (std::size_t index = 0; index < dirs.size(); ++index) {
-      TrashListing listing = readTrashFolder(dirs[index]);
+      TrashListing listing = readTrashFolder(dirs[index], context);
       // Volume Trashes that cannot be read are skipped quietly; only the home Trash counts.
       if (!listing.readable && index == 0) loaded.denied = true;
       for (auto& item : listing.items) loaded.items.push_back(std::move(item));
     }
-    poster([generation, loaded = std::move(loaded)](TrashModel& model) mutable {
-      if (generation == model.generation_) model.apply(std::move(loaded));
-    });
+    return [this, generation, loaded = std::move(loaded)]() mutable {
+      if (generation == generation_) apply(std::move(loaded));
+    };
   });
 }
 
@@ -195,11 +206,14 @@ void TrashModel::apply(Loaded loaded) {
   items_ = std::move(loaded.items);
   std::set<std::string> present;
   for (const auto& item : items_) present.insert(item.path);
-  std::erase_if(selection_, [&](const std::string& path) { return !present.contains(path); });
+  selection_.retain([&](const std::string& path) { return present.contains(path); });
   denied_ = loaded.denied;
   loaded_ = true;
   loading_ = false;
-  for (const char* property : {"items", "selection", "denied", "loaded", "loading"}) notify(property);
+  for (const TrashField field :
+       {TrashField::items, TrashField::selection, TrashField::denied, TrashField::loaded, TrashField::loading}) {
+    notify(field);
+  }
   measureFolders(generation_);
   auto callbacks = std::move(afterLoad_);
   afterLoad_.clear();
@@ -207,78 +221,92 @@ void TrashModel::apply(Loaded loaded) {
 }
 
 void TrashModel::measureFolders(std::uint64_t generation) {
-  std::vector<std::string> paths;
-  for (const auto& item : items_) {
-    if (!item.size) paths.push_back(item.path);
+  std::vector<Measured> pending;
+  for (std::size_t row = 0; row < items_.size(); ++row) {
+    if (!items_[row].size) pending.push_back({row, items_[row].path, {}});
   }
-  if (paths.empty()) {
+  if (pending.empty()) {
     // An earlier load's measuring may still have been running; its results are stale.
-    if (std::exchange(sizing_, false)) notify("sizing");
+    if (std::exchange(sizing_, false)) notify(TrashField::sizing);
     return;
   }
   sizing_ = true;
-  notify("sizing");
+  notify(TrashField::sizing);
 
-  struct Results {
+  // Results are gathered under a lock and applied in batches: one post at a time is ever
+  // waiting, so a thousand small folders do not cost a thousand notifications.
+  struct Batches {
     std::mutex mutex;
-    std::vector<std::pair<std::string, std::pair<std::int64_t, std::int64_t>>> ready;
+    std::vector<Measured> ready;
     bool flushPosted = false;
   };
-  const auto results = std::make_shared<Results>();
-  // Results are merged under the lock and applied in batches, so a thousand small
-  // folders do not cost a thousand notifications.
-  const auto flush = [results, generation](TrashModel& model) {
-    std::vector<std::pair<std::string, std::pair<std::int64_t, std::int64_t>>> ready;
+  const auto batches = std::make_shared<Batches>();
+  const auto flush = [this, batches, generation] {
+    std::vector<Measured> ready;
     {
-      std::lock_guard lock(results->mutex);
-      ready.swap(results->ready);
-      results->flushPosted = false;
+      std::lock_guard lock(batches->mutex);
+      ready.swap(batches->ready);
+      batches->flushPosted = false;
     }
-    if (generation != model.generation_) return;
-    for (const auto& [path, usage] : ready) model.applySize(path, usage.first, usage.second);
-    model.notify("items");
+    applySizes(ready, generation);
   };
-  runInBackground([paths = std::move(paths), results, poster = poster(), flush, generation] {
-    concurrentPerform(paths.size(), [&](std::size_t index) {
-      const auto usage = DiskScanner::usage(paths[index]);
-      bool postFlush = false;
-      {
-        std::lock_guard lock(results->mutex);
-        results->ready.emplace_back(paths[index], usage);
-        postFlush = !std::exchange(results->flushPosted, true);
-      }
-      if (postFlush) poster(flush);
-    });
-    poster([generation](TrashModel& model) {
-      if (generation != model.generation_) return;
-      model.sizing_ = false;
-      model.notify("sizing");
-    });
+  runner_.start([pending = std::move(pending), batches, flush, post = runner_.poster(), generation,
+                 this](std::stop_token stop) -> TaskRunner::Result {
+    concurrentPerform(
+        pending.size(),
+        [&](std::size_t index) {
+          Measured measured = pending[index];
+          measured.usage = usageOf(measured.path, stop);
+          if (stop.stop_requested()) return;  // a partial sum is no size
+          bool postFlush = false;
+          {
+            std::lock_guard lock(batches->mutex);
+            batches->ready.push_back(std::move(measured));
+            postFlush = !std::exchange(batches->flushPosted, true);
+          }
+          if (postFlush) post(flush);
+        },
+        stop);
+    return [this, generation] {
+      if (generation != generation_) return;
+      sizing_ = false;
+      notify(TrashField::sizing);
+    };
   });
 }
 
-void TrashModel::applySize(const std::string& path, std::int64_t size, std::int64_t freeable) {
-  const auto found =
-      std::find_if(items_.begin(), items_.end(), [&](const TrashItem& item) { return item.path == path; });
-  if (found == items_.end()) return;
-  found->size = size;
-  found->freeable = freeable;
+void TrashModel::applySizes(const std::vector<Measured>& measured, std::uint64_t generation) {
+  if (generation != generation_) return;
+  std::vector<std::size_t> rows;
+  rows.reserve(measured.size());
+  for (const auto& result : measured) {
+    // Rows stay put within one generation; the path check only guards that promise.
+    if (result.row >= items_.size() || items_[result.row].path != result.path) continue;
+    items_[result.row].size = result.usage.size;
+    items_[result.row].freeable = result.usage.freeable;
+    rows.push_back(result.row);
+  }
+  std::sort(rows.begin(), rows.end());
+  if (!rows.empty()) notify(TrashField::items, std::move(rows));
 }
 
 // --- operations ---
 
+void TrashModel::cancel() { runner_.cancelAll(); }
+
 void TrashModel::beginWork(std::int64_t total) {
   busy_ = true;
-  progress_ = 0;
+  finished_.store(0, std::memory_order_relaxed);
   progressTotal_ = total;
-  for (const char* property : {"busy", "progress", "progressTotal"}) notify(property);
+  for (const TrashField field : {TrashField::busy, TrashField::progress, TrashField::progressTotal}) notify(field);
 }
 
 void TrashModel::finishWork(std::string message, std::function<void()> completion) {
   message_ = std::move(message);
   busy_ = false;
-  notify("message");
-  notify("busy");
+  notify(TrashField::progress);
+  notify(TrashField::message);
+  notify(TrashField::busy);
   startLoad(std::move(completion));
 }
 
@@ -287,29 +315,22 @@ void TrashModel::deleteItems(std::vector<TrashItem> items, std::function<void()>
   items = inTrash(items, dirs_());
   needsAdmin_.clear();
   blocked_.clear();
-  notify("needsAdmin");
-  notify("blocked");
+  notify(TrashField::needsAdmin);
+  notify(TrashField::blocked);
   beginWork(static_cast<std::int64_t>(items.size()));
-  runInBackground(
-      [items = std::move(items), poster = poster(), dirs = dirs_, completion = std::move(completion)]() mutable {
-        std::atomic<std::int64_t> done{0};
-        TrashRemoval removal = removeFromTrash(items, dirs(), [&] {
-          const std::int64_t count = ++done;
-          poster([count](TrashModel& model) {
-            model.progress_ = std::max(model.progress_, count);
-            model.notify("progress");
-          });
-        });
-        poster([removal = std::move(removal), completion = std::move(completion)](TrashModel& model) mutable {
-          model.needsAdmin_ = removal.needsAdmin;
-          model.blocked_ = removal.blocked;
-          model.notify("needsAdmin");
-          model.notify("blocked");
-          model.finishWork(TrashMessages::deleted(removal.removed.size(), removal.freed, removal.needsAdmin.size(),
-                                                  removal.blocked.size()),
-                           std::move(completion));
-        });
-      });
+  runner_.start([this, items = std::move(items), dirs = dirs_, context = context_,
+                 completion = std::move(completion)](std::stop_token stop) mutable -> TaskRunner::Result {
+    TrashRemoval removal = removeFromTrash(items, dirs(), context.withStop(stop), &finished_);
+    return [this, removal = std::move(removal), completion = std::move(completion)]() mutable {
+      needsAdmin_ = removal.needsAdmin;
+      blocked_ = removal.blocked;
+      notify(TrashField::needsAdmin);
+      notify(TrashField::blocked);
+      finishWork(TrashMessages::deleted(removal.removed.size(), removal.freed, removal.needsAdmin.size(),
+                                        removal.blocked.size()),
+                 std::move(completion));
+    };
+  });
 }
 
 void TrashModel::deleteWithAdmin(std::function<void()> completion) {
@@ -319,76 +340,77 @@ void TrashModel::deleteWithAdmin(std::function<void()> completion) {
     return;
   }
   beginWork(static_cast<std::int64_t>(paths.size()));
-  runInBackground([paths, poster = poster(), dirsSource = dirs_, completion = std::move(completion)]() mutable {
+  runner_.start([this, paths, dirsSource = dirs_, context = context_,
+                 completion = std::move(completion)](std::stop_token stop) mutable -> TaskRunner::Result {
+    const Context job = context.withStop(stop);
     const auto dirs = dirsSource();
     std::vector<std::string> targets;
     std::vector<std::int64_t> bytes;
     for (const auto& path : paths) {
       if (!containingTrashDir(path, dirs)) continue;
       targets.push_back(path);
-      bytes.push_back(DiskScanner::usage(path).second);
+      bytes.push_back(usageOf(path, stop).freeable);
     }
-    const auto error = targets.empty()
-                           ? std::optional<std::string>{}
-                           : DevAction::admin(TrashLayout::adminRemoveCommand(withCompanions(targets, dirs))).perform();
-    if (error && *error == "Cancelled") {
-      poster([completion = std::move(completion)](TrashModel& model) mutable {
-        model.finishWork(TrashMessages::adminCancelled(), std::move(completion));
-      });
-      return;
+    const ActionOutcome outcome =
+        targets.empty() ? ActionOutcome::success()
+                        : DevAction::admin(TrashLayout::adminRemoveCommand(withCompanions(targets, dirs))).perform(job);
+    if (outcome.status == ActionOutcome::Status::cancelled) {
+      return [this, completion = std::move(completion)]() mutable {
+        finishWork(TrashMessages::adminCancelled(), std::move(completion));
+      };
     }
     std::vector<std::string> stillThere;
-    std::size_t removed = 0;
+    std::vector<HistoryRecord> records;
     std::int64_t freed = 0;
     for (std::size_t index = 0; index < targets.size(); ++index) {
-      if (present(targets[index])) {
+      if (pathExists(targets[index])) {
         stillThere.push_back(targets[index]);
         continue;
       }
-      ++removed;
-      freed += bytes[index];
-      History::record("Trash", targets[index].substr(targets[index].rfind('/') + 1), bytes[index], std::nullopt);
+      freed = saturatingAdd(freed, bytes[index]);
+      records.push_back({"Trash", lastPathComponent(targets[index]), bytes[index], std::nullopt});
     }
-    std::string message = TrashMessages::adminDeleted(removed, freed, stillThere.size(), error.value_or(""));
-    poster([stillThere = std::move(stillThere), message = std::move(message),
-            completion = std::move(completion)](TrashModel& model) mutable {
-      model.needsAdmin_.clear();
-      model.blocked_ = std::move(stillThere);
-      model.notify("needsAdmin");
-      model.notify("blocked");
-      model.finishWork(std::move(message), std::move(completion));
-    });
+    if (job.history) job.history->record(records);
+    std::string message =
+        TrashMessages::adminDeleted(records.size(), freed, stillThere.size(), outcome.error().value_or(""));
+    return [this, stillThere = std::move(stillThere), message = std::move(message),
+            completion = std::move(completion)]() mutable {
+      needsAdmin_.clear();
+      blocked_ = std::move(stillThere);
+      notify(TrashField::needsAdmin);
+      notify(TrashField::blocked);
+      finishWork(std::move(message), std::move(completion));
+    };
   });
 }
 
 void TrashModel::emptyWithFinder(std::function<void()> completion) {
   beginWork(0);
-  runInBackground([poster = poster(), dirs = dirs_, completion = std::move(completion)]() mutable {
-    const auto result = TrashLayout::emptyWithFileManager();
+  runner_.start([this, dirs = dirs_, context = context_,
+                 completion = std::move(completion)](std::stop_token) mutable -> TaskRunner::Result {
+    const auto result = TrashLayout::emptyWithFileManager(context);
     std::vector<std::string> remaining;
     if (result != TrashLayout::FileManagerResult::unavailable) {
       for (const auto& dir : dirs()) {
-        for (auto& item : readTrashFolder(dir).items) remaining.push_back(std::move(item.path));
+        for (auto& item : readTrashFolder(dir, context).items) remaining.push_back(std::move(item.path));
       }
     }
-    poster([result, remaining = std::move(remaining), completion = std::move(completion)](TrashModel& model) mutable {
-      model.blocked_ = std::move(remaining);
-      model.notify("blocked");
-      model.finishWork(TrashMessages::fileManager(result), std::move(completion));
-    });
+    return [this, result, remaining = std::move(remaining), completion = std::move(completion)]() mutable {
+      blocked_ = std::move(remaining);
+      notify(TrashField::blocked);
+      finishWork(TrashMessages::fileManager(result), std::move(completion));
+    };
   });
 }
 
 void TrashModel::putBack(std::vector<TrashItem> items, std::function<void()> completion) {
   beginWork(static_cast<std::int64_t>(items.size()));
-  runInBackground(
-      [items = std::move(items), poster = poster(), dirs = dirs_, completion = std::move(completion)]() mutable {
-        const PutBackResult result = putBackItems(items, dirs());
-        std::string message = TrashMessages::putBack(result.restored.size(), result.failures);
-        poster([message = std::move(message), completion = std::move(completion)](TrashModel& model) mutable {
-          model.finishWork(std::move(message), std::move(completion));
-        });
-      });
+  runner_.start([this, items = std::move(items), dirs = dirs_, context = context_,
+                 completion = std::move(completion)](std::stop_token) mutable -> TaskRunner::Result {
+    const PutBackResult result = putBackItems(items, dirs(), context);
+    return [this, message = TrashMessages::putBack(result.restored.size(), result.failures),
+            completion = std::move(completion)]() mutable { finishWork(std::move(message), std::move(completion)); };
+  });
 }
 
 }  // namespace tw

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -10,19 +11,43 @@
 #include <string_view>
 #include <vector>
 
+#include "core/context.h"
 #include "core/date.h"
 #include "core/dispatcher.h"
 #include "core/observable.h"
+#include "core/selection.h"
+#include "core/task_runner.h"
 #include "trash/ds_store.h"
 #include "trash/trash_item.h"
 
 namespace tw {
 
+// What a TrashModel announces. `items` with rows is a batch of measured sizes; without
+// rows, a new list. `progress` is announced when an operation starts and ends only: while
+// it runs, a view polls progress() on a timer.
+enum class TrashField {
+  items,
+  selection,
+  loading,
+  loaded,
+  sizing,
+  busy,
+  progress,
+  progressTotal,
+  message,
+  denied,
+  needsAdmin,
+  blocked,
+  sort,
+  search,
+  olderOnly,
+};
+
 // What lies in every Trash folder of the current user, with origins, sizes, filters and
 // the operations on it. Owned by one thread (the one the dispatcher posts to): every
-// state change happens there and is announced to observers by property name; loading,
-// measuring, deleting and putting back run in the background.
-class TrashModel : public Observable {
+// state change happens there and is announced to observers; loading, measuring, deleting
+// and putting back run as jobs the model owns, cancelled and joined when it goes away.
+class TrashModel : public Observable<TrashField> {
  public:
   enum class Sort { size, date, name };
   [[nodiscard]] static std::string_view title(Sort sort);  // "Size", "Date Deleted", "Name"
@@ -31,25 +56,29 @@ class TrashModel : public Observable {
   // Where the model looks for Trash folders; every volume's by default.
   using DirsSource = std::function<std::vector<TrashDir>()>;
 
-  explicit TrashModel(Dispatcher owner, DirsSource dirs = &TrashModel::trashDirs);
+  TrashModel(Dispatcher owner, Context context, DirsSource dirs = {});
   ~TrashModel();
 
   // --- class-level ---
-  [[nodiscard]] static std::vector<TrashDir> trashDirs();
+  [[nodiscard]] static std::vector<TrashDir> trashDirs(const Context& context);
   // Whether the path is a direct child of one of the Trash folders.
-  [[nodiscard]] static bool isInTrash(const std::string& path);
+  [[nodiscard]] static bool isInTrash(const std::string& path, const Context& context);
   // The Finder's put-back records of a Trash folder for the entries `names`.
   [[nodiscard]] static std::map<std::string, PutBack> putBackInfo(const std::string& dir,
                                                                   const std::set<std::string>& names);
 
   // --- observable state ---
   [[nodiscard]] const std::vector<TrashItem>& items() const { return items_; }
-  [[nodiscard]] const std::set<std::string>& selection() const { return selection_; }
+  // The ticked items, by path.
+  [[nodiscard]] const std::set<std::string>& selection() const { return selection_.ids(); }
   [[nodiscard]] bool loading() const { return loading_; }
   [[nodiscard]] bool loaded() const { return loaded_; }
   [[nodiscard]] bool sizing() const { return sizing_; }
   [[nodiscard]] bool busy() const { return busy_; }
-  [[nodiscard]] std::int64_t progress() const { return progress_; }
+  // Items the running (or last) operation has finished; safe to poll from a timer.
+  [[nodiscard]] std::int64_t progress() const {
+    return static_cast<std::int64_t>(finished_.load(std::memory_order_relaxed));
+  }
   [[nodiscard]] std::int64_t progressTotal() const { return progressTotal_; }
   [[nodiscard]] const std::optional<std::string>& message() const { return message_; }
   [[nodiscard]] bool denied() const { return denied_; }
@@ -60,6 +89,7 @@ class TrashModel : public Observable {
   [[nodiscard]] bool olderOnly() const { return olderOnly_; }
 
   void setSelection(std::set<std::string> selection);
+  void setSelected(const std::string& path, bool selected);
   void setSort(Sort sort);
   void setSearch(std::string search);
   void setOlderOnly(bool olderOnly);
@@ -80,34 +110,32 @@ class TrashModel : public Observable {
   // Moves items back to where they were trashed from.
   void putBack(std::vector<TrashItem> items, std::function<void()> completion = {});
 
+  // Asks every running job to stop; the model goes on with what it has.
+  void cancel();
+
  private:
   struct Loaded;
+  struct Measured;
   void startLoad(std::function<void()> then);
   void apply(Loaded loaded);
   void measureFolders(std::uint64_t generation);
-  void applySize(const std::string& path, std::int64_t size, std::int64_t freeable);
+  void applySizes(const std::vector<Measured>& measured, std::uint64_t generation);
+  [[nodiscard]] std::vector<std::size_t> rowsOf(const std::set<std::string>& paths) const;
   void beginWork(std::int64_t total);
   void finishWork(std::string message, std::function<void()> completion);
 
-  // How background work hands a change to the owner's thread. It holds the model weakly,
-  // so a change that arrives after the model is gone is dropped.
-  using Poster = std::function<void(std::function<void(TrashModel&)>)>;
-  [[nodiscard]] Poster poster() const;
-
-  Dispatcher owner_;
+  const Context context_;
   DirsSource dirs_;
-  // Background work holds this weakly, so results arriving after destruction are dropped.
-  std::shared_ptr<TrashModel*> self_;
   std::uint64_t generation_ = 0;
   std::vector<std::function<void()>> afterLoad_;
 
   std::vector<TrashItem> items_;
-  std::set<std::string> selection_;
+  Selection selection_;
   bool loading_ = false;
   bool loaded_ = false;
   bool sizing_ = false;
   bool busy_ = false;
-  std::int64_t progress_ = 0;
+  std::atomic<std::size_t> finished_{0};
   std::int64_t progressTotal_ = 0;
   std::optional<std::string> message_;
   bool denied_ = false;
@@ -116,6 +144,8 @@ class TrashModel : public Observable {
   Sort sort_ = Sort::size;
   std::string search_;
   bool olderOnly_ = false;
+  // Last, so that it goes first: its jobs are joined before anything above goes.
+  TaskRunner runner_;
 };
 
 // The filtered and sorted list behind TrashModel::visible: olderOnly keeps items trashed

@@ -5,8 +5,8 @@
 #include <cerrno>
 #include <set>
 
-#include "core/path.h"
-#include "lens/disk_scanner.h"
+#include "fs/path.h"
+#include "fs/usage.h"
 #include "trash/trash_layout.h"
 
 namespace tw {
@@ -21,9 +21,9 @@ bool missing(const std::string& path) {
 
 bool isTrashBookkeeping(const std::string& name) { return name == ".DS_Store" || name == ".localized"; }
 
-TrashListing readTrashFolder(const TrashDir& dir) {
+TrashListing readTrashFolder(const TrashDir& dir, const Context& context) {
   TrashListing listing;
-  const auto entries = DiskScanner::list(dir.dir);
+  const auto entries = listFolder(dir.dir);
   if (!entries) {
     // A Trash that was never used has no folder yet; that is an empty Trash, not a denial.
     listing.readable = missing(dir.dir);
@@ -33,7 +33,7 @@ TrashListing readTrashFolder(const TrashDir& dir) {
   for (const auto& entry : *entries) {
     if (!isTrashBookkeeping(entry.name)) names.insert(entry.name);
   }
-  const auto records = TrashLayout::records(dir, names);
+  const auto records = TrashLayout::records(dir, names, context);
   for (const auto& entry : *entries) {
     if (isTrashBookkeeping(entry.name)) continue;
     TrashItem item;

@@ -2,6 +2,8 @@
 
 #include <vector>
 
+#include "core/context.h"
+
 #include "trash/trash_item.h"
 
 namespace tw {
@@ -13,7 +15,7 @@ struct TrashListing {
 
 // The entries of one Trash folder, in listing order, without the Finder's own files.
 // Files carry their size; folders are left for the caller to measure.
-[[nodiscard]] TrashListing readTrashFolder(const TrashDir& dir);
+[[nodiscard]] TrashListing readTrashFolder(const TrashDir& dir, const Context& context);
 
 // Names that a Trash folder holds for the system's own use, never shown or deleted.
 [[nodiscard]] bool isTrashBookkeeping(const std::string& name);

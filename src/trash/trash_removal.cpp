@@ -6,11 +6,10 @@
 #include <optional>
 #include <system_error>
 
-#include "core/concurrent.h"
-#include "core/file_flags.h"
-#include "core/history.h"
-#include "lens/disk_scanner.h"
-#include "lens/safe_remove.h"
+#include "core/removal_service.h"
+#include "fs/file_flags.h"
+#include "fs/safe_remove.h"
+#include "fs/usage.h"
 #include "trash/trash_paths.h"
 
 namespace tw {
@@ -31,24 +30,14 @@ std::error_code removeUnlocking(const std::string& path) {
   return removeTreeSafely(path);
 }
 
-enum class Outcome { removed, needsAdmin, blocked };
-
-struct Slot {
-  Outcome outcome = Outcome::blocked;
-  std::int64_t freed = 0;
-};
-
-Slot removeOne(const TrashItem& item, const TrashDir& dir) {
-  Slot slot;
-  slot.freed = item.freeable ? *item.freeable : DiskScanner::usage(item.path).second;
-  const std::error_code error = removeUnlocking(item.path);
-  if (error) {
-    slot.outcome = needsMoreRights(error) ? Outcome::needsAdmin : Outcome::blocked;
-    return slot;
+ActionOutcome removeOne(const TrashItem& item, const TrashDir& dir, const Context& context) {
+  const std::int64_t freed = item.freeable ? *item.freeable : usageOf(item.path, context.stop).freeable;
+  if (const std::error_code error = removeUnlocking(item.path)) {
+    return needsMoreRights(error) ? ActionOutcome::needsRights(error.message())
+                                  : ActionOutcome::failure(error.message());
   }
   forgetTrashRecords(dir, item.name);
-  slot.outcome = Outcome::removed;
-  return slot;
+  return ActionOutcome::success(freed);
 }
 
 }  // namespace
@@ -62,34 +51,40 @@ void clearProtectionFlagsBelow(const std::string& path) {
 }
 
 TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs,
-                             const std::function<void()>& itemDone) {
-  std::vector<std::pair<TrashItem, TrashDir>> work;
+                             const Context& context, std::atomic<std::size_t>* finished) {
+  std::vector<TrashItem> inTrash;
+  std::vector<RemovalItem> removals;
   for (const auto& item : items) {
-    if (auto dir = containingTrashDir(item.path, dirs)) work.emplace_back(item, std::move(*dir));
+    auto dir = containingTrashDir(item.path, dirs);
+    if (!dir) continue;
+    inTrash.push_back(item);
+    removals.push_back({item.name, std::nullopt,
+                        [item, dir = std::move(*dir)](const Context& context) { return removeOne(item, dir, context); },
+                        /*plainDeletion=*/true});
   }
-  std::vector<Slot> slots(work.size());
-  concurrentPerform(work.size(), [&](std::size_t index) {
-    slots[index] = removeOne(work[index].first, work[index].second);
-    if (itemDone) itemDone();
-  });
+  RemovalOptions options;
+  options.category = "Trash";
+  options.finished = finished;
+  const RemovalReport report = runRemovals(context, removals, options);
+
   TrashRemoval result;
-  for (std::size_t index = 0; index < work.size(); ++index) {
-    const TrashItem& item = work[index].first;
-    switch (slots[index].outcome) {
-      case Outcome::removed:
-        // Recorded here, one after another: recordings racing from worker threads can
-        // read the same old log and drop each other's entries.
-        History::record("Trash", item.name, slots[index].freed, std::nullopt);
-        result.removed.push_back(item);
-        result.removed.back().freeable = slots[index].freed;
-        result.freed += slots[index].freed;
+  result.freed = report.freed;
+  for (std::size_t index = 0; index < inTrash.size(); ++index) {
+    const ActionOutcome& outcome = report.outcomes[index];
+    switch (outcome.status) {
+      case ActionOutcome::Status::done:
+      case ActionOutcome::Status::alreadyGone:
+        result.removed.push_back(inTrash[index]);
+        result.removed.back().freeable = outcome.freed;
         break;
-      case Outcome::needsAdmin:
-        result.needsAdmin.push_back(item.path);
+      case ActionOutcome::Status::needsAdministrator:
+        result.needsAdmin.push_back(inTrash[index].path);
         break;
-      case Outcome::blocked:
-        result.blocked.push_back(item.path);
+      case ActionOutcome::Status::failed:
+        result.blocked.push_back(inTrash[index].path);
         break;
+      case ActionOutcome::Status::cancelled:
+        break;  // never touched: still in the Trash
     }
   }
   return result;

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <system_error>
 #include <vector>
 
+#include "core/context.h"
 #include "trash/trash_item.h"
 
 namespace tw {
@@ -17,12 +18,12 @@ struct TrashRemoval {
   std::vector<std::string> blocked;     // failed for another reason (in use, read-only, ...)
 };
 
-// Permanently deletes the items that lie directly inside one of `dirs`, concurrently;
-// anything else is ignored. Locked files are unlocked where permitted, the Trash's own
-// record of each removed item goes with it, and each removal is written to the history
-// under "Trash". `itemDone` is called from worker threads after each item.
+// Permanently deletes the items that lie directly inside one of `dirs`, concurrently,
+// through the removal service; anything else is ignored. Locked files are unlocked where
+// permitted, the Trash's own record of each removed item goes with it, and the removals
+// are written to the history under "Trash". `finished` counts items as they finish.
 [[nodiscard]] TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs,
-                                           const std::function<void()>& itemDone = {});
+                                           const Context& context, std::atomic<std::size_t>* finished = nullptr);
 
 // Clears the immutable and append-only flags of a whole tree where permitted, without
 // following links or leaving the tree's file system.

@@ -2,8 +2,8 @@
 
 #include <ctime>
 
-#include "core/path.h"
 #include "core/text.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {
@@ -44,33 +44,6 @@ std::optional<std::string> originalPath(std::string_view value, std::string_view
 }
 
 }  // namespace
-
-std::string percentEncoded(std::string_view text) {
-  static constexpr char hex[] = "0123456789ABCDEF";
-  std::string encoded;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool plain = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') || (byte >= '0' && byte <= '9') ||
-                       c == '-' || c == '_' || c == '.' || c == '~' || c == '/';
-    if (plain) {
-      encoded += c;
-    } else {
-      encoded += '%';
-      encoded += hex[byte >> 4];
-      encoded += hex[byte & 0xF];
-    }
-  }
-  return encoded;
-}
-
-std::string formatTrashInfo(std::string_view path, Date deletionDate) {
-  const std::time_t seconds = static_cast<std::time_t>(secondsSince1970(deletionDate));
-  std::tm local{};
-  localtime_r(&seconds, &local);
-  char date[32];
-  std::strftime(date, sizeof date, "%Y-%m-%dT%H:%M:%S", &local);
-  return "[Trash Info]\nPath=" + percentEncoded(path) + "\nDeletionDate=" + date + "\n";
-}
 
 std::optional<std::string> percentDecoded(std::string_view text) {
   std::string out;

@@ -8,7 +8,8 @@
 
 namespace tw {
 
-// What a freedesktop info/NAME.trashinfo file says about one trashed item.
+// What a freedesktop info/NAME.trashinfo file says about one trashed item (the Trash
+// mover writes them: fs/trashinfo_writer.h).
 struct TrashInfo {
   std::optional<std::string> path;   // absolute original location
   std::optional<Date> deletionDate;  // DeletionDate, read as local time
@@ -18,13 +19,6 @@ struct TrashInfo {
 // taken from (the folder the Trash folder lives in). A missing or undecodable Path, a
 // malformed date or a file that is not a trashinfo at all leaves the field absent.
 [[nodiscard]] TrashInfo parseTrashInfo(std::string_view text, std::string_view topDir);
-
-// The whole info file for an item trashed from `path` (absolute, or relative to the top
-// dir of a volume Trash) at `deletionDate`, written in local time.
-[[nodiscard]] std::string formatTrashInfo(std::string_view path, Date deletionDate);
-
-// Every byte but letters, digits and "-_.~/" as %XX.
-[[nodiscard]] std::string percentEncoded(std::string_view text);
 
 // "%41b" -> "Ab"; nothing when a '%' is not followed by two hexadecimal digits.
 [[nodiscard]] std::optional<std::string> percentDecoded(std::string_view text);

@@ -64,7 +64,7 @@ void expectSafeCleanDeletesExactlyTheSafeCategories(const std::string& table, Ju
   EXPECT_EQ(listed, safe);
   EXPECT_EQ(dry["wouldFree"], safeTotal);
   EXPECT_EQ(treeSnapshot(home.path()), tree);
-  EXPECT_TRUE(History::entries().empty());
+  EXPECT_TRUE(home.context().history->entries().empty());
 
   const RunResult result = tidewardenWith(table, {"clean", "--safe", "--yes", "--json"});
 
@@ -78,7 +78,7 @@ void expectSafeCleanDeletesExactlyTheSafeCategories(const std::string& table, Ju
   for (const auto& path : safe) EXPECT_FALSE(exists(home / path)) << path;
   for (const auto& path : layout.kept) EXPECT_TRUE(exists(home / path)) << path;
   std::vector<std::pair<std::string, std::int64_t>> recorded;
-  for (const auto& entry : History::entries()) {
+  for (const auto& entry : home.context().history->entries()) {
     EXPECT_EQ(entry.category, "Smart Clean");
     EXPECT_EQ(entry.restore, "Rebuilt automatically by the app that made it");
     recorded.emplace_back(entry.name, entry.bytes);

@@ -12,7 +12,7 @@ namespace tw::test {
 namespace {
 
 // Entries one minute apart, oldest first, as the log keeps them.
-void writeLog(int count) {
+void writeLog(const FakeHome& home, int count) {
   nlohmann::json log = nlohmann::json::array();
   for (int i = 0; i < count; ++i) {
     nlohmann::json entry{{"id", "0b5b2a8e-3c1d-4f6a-9e2b-7d4c1a2b3c4" + std::to_string(i % 10)},
@@ -23,7 +23,7 @@ void writeLog(int count) {
     if (i % 3 == 0) entry["restore"] = "Rebuilt on the next build";
     log.push_back(entry);
   }
-  writeFile(History::filePath(), log.dump());
+  writeFile(home.context().history->filePath(), log.dump());
 }
 
 }  // namespace
@@ -31,7 +31,7 @@ void writeLog(int count) {
 TEST(HistoryCommand, EmptyOrDamagedLogSaysNothingWasCleaned) {
   FakeHome home;
   for (const bool damaged : {false, true}) {
-    if (damaged) writeFile(History::filePath(), "[{\"name\":\"\xff\"");
+    if (damaged) writeFile(home.context().history->filePath(), "[{\"name\":\"\xff\"");
     const auto text = runTidewarden({"history"});
     EXPECT_EQ(text.code, 0);
     EXPECT_EQ(text.out, "Nothing cleaned yet.\n");
@@ -43,7 +43,7 @@ TEST(HistoryCommand, EmptyOrDamagedLogSaysNothingWasCleaned) {
 
 TEST(HistoryCommand, ShowsTheNewestTwentyFirst) {
   FakeHome home;
-  writeLog(25);
+  writeLog(home, 25);
   const auto result = runTidewarden({"history"});
   ASSERT_EQ(result.code, 0) << result.err;
   const auto all = splitLines(result.out);
@@ -61,9 +61,9 @@ TEST(HistoryCommand, ShowsTheNewestTwentyFirst) {
 
 TEST(HistoryCommand, LimitPicksHowManyAndJsonListsTheShownEntriesWithTheirTotal) {
   FakeHome home;
-  writeLog(1);
+  writeLog(home, 1);
   EXPECT_EQ(splitLines(runTidewarden({"history", "--limit=5"}).out).back(), "Showing 1 of 1 entry");
-  writeLog(5);
+  writeLog(home, 5);
   const auto two = splitLines(runTidewarden({"history", "--limit", "2"}).out);
   ASSERT_EQ(two.size(), 4u);
   EXPECT_EQ(two.back(), "Showing 2 of 5 entries");
@@ -82,7 +82,7 @@ TEST(HistoryCommand, LimitPicksHowManyAndJsonListsTheShownEntriesWithTheirTotal)
 
 TEST(HistoryCommand, RecordedRemovalShowsUpWithItsSize) {
   FakeHome home;
-  History::record("Developer", "DerivedData \xff", 1'500'000'000, std::nullopt);
+  home.context().history->record("Developer", "DerivedData \xff", 1'500'000'000, std::nullopt);
   const auto result = runTidewarden({"history"});
   ASSERT_EQ(splitLines(result.out).size(), 3u) << result.out;
   EXPECT_NE(splitLines(result.out)[0].find("Developer  DerivedData \xEF\xBF\xBD  1.5 GB"), std::string::npos)

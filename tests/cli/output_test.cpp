@@ -29,6 +29,7 @@ TEST(Table, ARightAlignedLastColumnGivesLinesOfEqualLengthAndBrokenNamesStayAlig
 
 TEST(Describe, EveryActionCase) {
   test::FakeHome home;
+  const auto describe = [&](const DevAction& action) { return CLI::describe(action, home.path()); };
   EXPECT_EQ(describe(DevAction::removePaths({home / "p/node_modules"})), "delete ~/p/node_modules");
   EXPECT_EQ(describe(DevAction::removePaths({home / "p/a", home / "q/b", "/c"})), "delete 3 paths in ~/p");
   EXPECT_EQ(describe(DevAction::trash({home / "a", "/tmp/b"})), "move to Trash: ~/a, /tmp/b");
@@ -50,7 +51,8 @@ TEST(ItemJSON, ElevenKeysWithNullsForAbsentValues) {
   item.badges = {{"mostly shared", Badge::Tone::info}};
   item.action = DevAction::removePaths({"/p/node_modules"});
   item.warning = "careful";
-  EXPECT_EQ(itemJSON(item), nlohmann::json::parse(R"({"id": "/p/\ufffd", "name": "node_modules", "detail": "",
+  EXPECT_EQ(itemJSON(item, "/home/someone"),
+            nlohmann::json::parse(R"({"id": "/p/\ufffd", "name": "node_modules", "detail": "",
       "size": 2048, "freeable": null, "selected": false, "badges": ["mostly shared"], "warning": "careful",
       "restoreHint": null, "path": null, "action": "delete /p/node_modules"})"));
 }
@@ -70,11 +72,11 @@ TEST(OutputHelpers, PluralBadgesDecimalAndJson) {
 
 TEST(Expand, TildeRelativeAndDotsBecomeOneAbsolutePath) {
   test::FakeHome home;
-  EXPECT_EQ(expand("~"), home.path());
-  EXPECT_EQ(expand("~/a/../b//"), home / "b");
-  EXPECT_EQ(expand("/x/./y"), "/x/y");
-  EXPECT_EQ(expand("rel")[0], '/');
-  EXPECT_EQ(tilde(home / "b"), "~/b");
+  EXPECT_EQ(expand("~", home.path()), home.path());
+  EXPECT_EQ(expand("~/a/../b//", home.path()), home / "b");
+  EXPECT_EQ(expand("/x/./y", home.path()), "/x/y");
+  EXPECT_EQ(expand("rel", home.path())[0], '/');
+  EXPECT_EQ(tilde(home / "b", home.path()), "~/b");
 }
 
 }  // namespace

@@ -194,7 +194,7 @@ TEST_F(ProjectsCommand, CleanDeletesOnlySelectedArtifactsRecordsThemAndKeepsTheS
     EXPECT_TRUE(exists(home / ("code/" + kept))) << kept;
   }
   std::vector<std::string> names;
-  for (const auto& entry : History::entries()) names.push_back(entry.category + ": " + entry.name);
+  for (const auto& entry : home.context().history->entries()) names.push_back(entry.category + ": " + entry.name);
   EXPECT_THAT(names, UnorderedElementsAre("Developer: node_modules", "Developer: .next", "Developer: build",
                                           "Developer: Pods", "Developer: mac/helper/xcode/DerivedData",
                                           "Developer: node_modules", "Developer: node_modules"));
@@ -221,7 +221,6 @@ TEST(ProjectsCommandRoots, UsesTheProjectRootsSettingAndGivesTheNoteWhenNothingI
 }
 
 TEST(ProjectsCommandBadInput, UnreadableFoldersAndOddNamesNeitherCrashNorBreakTheOutput) {
-  if (!enforceFilePermissions()) GTEST_SKIP() << "cannot make a folder unreadable here";
   FakeHome home;
   home.file("code/locked/package.json", 10);
   home.file("code/locked/node_modules/a/index.js", 10'000);
@@ -234,15 +233,21 @@ TEST(ProjectsCommandBadInput, UnreadableFoldersAndOddNamesNeitherCrashNorBreakTh
   ASSERT_EQ(::chmod((home / "code/locked").c_str(), 0), 0);
   ASSERT_EQ(::chmod((home / "code/private/secret").c_str(), 0), 0);
 
-  const auto result = runTidewarden({"projects", "--json"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  const auto output = nlohmann::json::parse(result.out);  // throws on invalid UTF-8
+  const auto runs = withFilePermissionsEnforced([] {
+    const auto json = runTidewarden({"projects", "--json"});
+    const auto text = runTidewarden({"projects"});
+    return nlohmann::json{
+        {"code", json.code}, {"out", json.out}, {"err", json.err}, {"textCode", text.code}, {"text", text.out}}
+        .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+  });
+  if (!runs) GTEST_SKIP() << "cannot make a folder unreadable here";
+  const auto result = nlohmann::json::parse(*runs);
+  ASSERT_EQ(result["code"], 0) << result["err"];
+  const auto output = nlohmann::json::parse(result["out"].get<std::string>());  // throws on invalid UTF-8
   EXPECT_THAT(summaries(output, home.path()),
               UnorderedElementsAre("code/private: target", "code/caf\xef\xbf\xbd \xef\xbf\xbd: node_modules"));
-
-  const auto text = runTidewarden({"projects"});
-  EXPECT_EQ(text.code, 0);
-  EXPECT_NE(text.out.find("node_modules"), std::string::npos);
+  EXPECT_EQ(result["textCode"], 0);
+  EXPECT_NE(result["text"].get<std::string>().find("node_modules"), std::string::npos);
 }
 
 }  // namespace tw::test

@@ -58,9 +58,8 @@ TerminalRun runWithTerminalStandardError(std::vector<std::string> arguments) {
 
 class Spinner : public ::testing::Test {
  protected:
-  void SetUp() override { ::setenv("TIDEWARDEN_SNAPSHOT", "1", 1); }
-  void TearDown() override { ::unsetenv("TIDEWARDEN_SNAPSHOT"); }
   FakeHome home;
+  ScopedEnvironment sampleData{"TIDEWARDEN_SNAPSHOT", "1"};
 };
 
 TEST_F(Spinner, OnATerminalItShowsTheMessageAndErasesItsLineBeforeTheResultButNeverWithJson) {

@@ -62,7 +62,7 @@ TEST(TrashEmptyCommand, WithYesDeletesEverythingAndRecordsIt) {
   EXPECT_FALSE(exists(homeTrashInfo(home) + "/one.log.trashinfo"));
   EXPECT_TRUE(exists(homeTrashFiles(home) + "/.DS_Store"));
   EXPECT_TRUE(exists(outside));
-  const auto history = History::entries();
+  const auto history = home.context().history->entries();
   ASSERT_EQ(history.size(), 3u);
   for (const auto& entry : history) EXPECT_EQ(entry.category, "Trash");
 

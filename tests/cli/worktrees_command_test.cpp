@@ -151,7 +151,7 @@ TEST_F(WorktreesCommand, CleanRemovesOnlySafeWorktreesAndPrunesMissingOnes) {
   EXPECT_NE(git.run(app, {"branch", "--list", "safe-space"}), "");
 
   std::vector<std::string> names;
-  for (const auto& entry : History::entries()) names.push_back(validUtf8(entry.name));
+  for (const auto& entry : home.context().history->entries()) names.push_back(validUtf8(entry.name));
   EXPECT_THAT(names, UnorderedElementsAre("safe one", "caf\xef\xbf\xbd", "gone"));
 }
 

@@ -16,13 +16,16 @@ TEST(DevActionRemovePaths, DeletesTreesCountsMissingPathsAsDoneAndStopsAtTheFirs
   home.file("Library/later.bin", 10);
   home.file("Library/Caches/last.bin", 10);
   const std::string caches = home / "Library/Caches/";
-  EXPECT_EQ(DevAction::removePaths({caches + "gone", caches + "app", caches + "other/c.bin"}).perform(), std::nullopt);
+  EXPECT_EQ(
+      DevAction::removePaths({caches + "gone", caches + "app", caches + "other/c.bin"}).perform(home.context()).error(),
+      std::nullopt);
   EXPECT_FALSE(exists(caches + "app"));
   EXPECT_FALSE(exists(caches + "other/c.bin"));
   EXPECT_TRUE(exists(caches + "other"));
 
-  EXPECT_EQ(DevAction::removePaths({caches + "other", home / "Library", caches + "last.bin"}).perform(),
-            "Refused to delete " + home / "Library");
+  EXPECT_EQ(
+      DevAction::removePaths({caches + "other", home / "Library", caches + "last.bin"}).perform(home.context()).error(),
+      "Refused to delete " + home / "Library");
   EXPECT_FALSE(exists(caches + "other"));
   EXPECT_TRUE(exists(home / "Library/later.bin"));
   EXPECT_TRUE(exists(caches + "last.bin"));
@@ -35,11 +38,11 @@ TEST(DevActionRemovePaths, RemovesALinkAndNeverWhatItLeadsTo) {
   home.folder("Library/Caches");
   const std::string link = home / "Library/Caches/link";
   ASSERT_EQ(::symlink((outside / "precious").c_str(), link.c_str()), 0);
-  EXPECT_EQ(DevAction::removePaths({link}).perform(), std::nullopt);
+  EXPECT_EQ(DevAction::removePaths({link}).perform(home.context()).error(), std::nullopt);
   EXPECT_FALSE(exists(link));
   // Through the link the same folder is outside home, so it is refused.
   ASSERT_EQ(::symlink((outside / "precious").c_str(), link.c_str()), 0);
-  EXPECT_NE(DevAction::removePaths({link + "/file"}).perform(), std::nullopt);
+  EXPECT_NE(DevAction::removePaths({link + "/file"}).perform(home.context()).error(), std::nullopt);
   EXPECT_EQ(readFile(outside / "precious/file"), "keep");
 }
 
@@ -47,7 +50,8 @@ TEST(DevActionTrash, MovesEachPathSkipsMissingOnesAndNamesTheOneThatWouldNotMove
   FakeHome home;
   const auto first = home.fileWithContents("Downloads/one.zip", "1");
   const auto second = home.fileWithContents("Downloads/two.zip", "2");
-  EXPECT_EQ(DevAction::trash({first, home / "Downloads/gone.zip", second}).perform(), std::nullopt);
+  EXPECT_EQ(DevAction::trash({first, home / "Downloads/gone.zip", second}).perform(home.context()).error(),
+            std::nullopt);
   EXPECT_FALSE(exists(first));
   EXPECT_EQ(readFile(home / ".local/share/Trash/files/two.zip"), "2");
 
@@ -56,10 +60,10 @@ TEST(DevActionTrash, MovesEachPathSkipsMissingOnesAndNamesTheOneThatWouldNotMove
   ImmutableFolder locked(home / "Downloads/locked");
   ImmutableFolder stuck(home / "Library/Caches/stuck/inner");
   if (!locked.ok() || !stuck.ok()) GTEST_SKIP() << "can't make a folder immutable here: " << locked.reason();
-  EXPECT_EQ(DevAction::trash({kept}).perform(), "Couldn't move keep.txt to the Trash");
+  EXPECT_EQ(DevAction::trash({kept}).perform(home.context()).error(), "Couldn't move keep.txt to the Trash");
   EXPECT_TRUE(exists(kept));
   // Deleting says which item failed and the system's reason.
-  EXPECT_EQ(DevAction::removePaths({home / "Library/Caches/stuck"}).perform(),
+  EXPECT_EQ(DevAction::removePaths({home / "Library/Caches/stuck"}).perform(home.context()).error(),
             "Couldn't delete stuck: Operation not permitted");
 }
 
@@ -73,33 +77,36 @@ TEST(DevActionCommands, RunInOrderAndStopAtTheFirstFailureWithItsErrorText) {
                               {"/bin/sh", "-c", "echo second >> \"$0\"; echo '  cache is locked  ' >&2; exit 4", log},
                               {"/bin/sh", "-c", "echo third >> \"$0\"", log},
                           })
-          .perform(),
+          .perform(home.context())
+          .error(),
       "cache is locked");
   EXPECT_EQ(readFile(log), "first\nsecond\n");
-  EXPECT_EQ(DevAction::commands({{"/bin/true"}, {"/bin/sh", "-c", "exit 0"}}).perform(), std::nullopt);
-  EXPECT_EQ(DevAction::commands({{"/usr/bin/false"}}).perform(), "false failed") << "a silent failure names the tool";
-  const auto missing = DevAction::commands({{home / "bin/nothing"}}).perform();
+  EXPECT_EQ(DevAction::commands({{"/bin/true"}, {"/bin/sh", "-c", "exit 0"}}).perform(home.context()).error(),
+            std::nullopt);
+  EXPECT_EQ(DevAction::commands({{"/usr/bin/false"}}).perform(home.context()).error(), "false failed")
+      << "a silent failure names the tool";
+  const auto missing = DevAction::commands({{home / "bin/nothing"}}).perform(home.context()).error();
   EXPECT_NE(missing.value_or("").find("No such file"), std::string::npos) << missing.value_or("(succeeded)");
 
   int calls = 0;
   const auto custom = DevAction::custom([&]() -> std::optional<std::string> {
     return ++calls == 1 ? std::optional<std::string>("Docker isn't running") : std::nullopt;
   });
-  EXPECT_EQ(custom.perform(), "Docker isn't running");
-  EXPECT_EQ(custom.perform(), std::nullopt);
+  EXPECT_EQ(custom.perform(home.context()).error(), "Docker isn't running");
+  EXPECT_EQ(custom.perform(home.context()).error(), std::nullopt);
   EXPECT_EQ(calls, 2);
 }
 
 TEST(DevActionAdmin, WithoutPkexecSaysWhatIsMissing) {
   FakeHome home;
-  if (Shell::which("pkexec")) GTEST_SKIP() << "pkexec is installed here";
-  EXPECT_EQ(DevAction::admin("rm -rf /Library/Caches/x").perform(),
+  if (Shell::which("pkexec", home.context())) GTEST_SKIP() << "pkexec is installed here";
+  EXPECT_EQ(DevAction::admin("rm -rf /Library/Caches/x").perform(home.context()).error(),
             "Administrator actions need pkexec (policykit), which isn't installed.");
 }
 
 TEST(DevActionAdmin, RunsTheCommandThroughPkexecAndShell) {
   FakeHome home;
-  if (Shell::which("pkexec") && *Shell::which("pkexec") != home / ".local/bin/pkexec") {
+  if (Shell::which("pkexec", home.context()) && *Shell::which("pkexec", home.context()) != home / ".local/bin/pkexec") {
     GTEST_SKIP() << "a real pkexec comes before the stand-in";
   }
   // A stand-in that records how it was called and runs the command without a prompt.
@@ -107,13 +114,15 @@ TEST(DevActionAdmin, RunsTheCommandThroughPkexecAndShell) {
                   "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$HOME/pkexec-args\"\n"
                   "[ -e \"$HOME/deny\" ] && exit 126\nexec \"$@\"\n");
   const auto target = home.fileWithContents("system/it's \"quoted\".txt", "x");
-  EXPECT_EQ(DevAction::admin("rm -f \"$HOME/system/it's \\\"quoted\\\".txt\"").perform(), std::nullopt);
+  EXPECT_EQ(DevAction::admin("rm -f \"$HOME/system/it's \\\"quoted\\\".txt\"").perform(home.context()).error(),
+            std::nullopt);
   EXPECT_FALSE(exists(target));
   EXPECT_EQ(readFile(home / "pkexec-args"), "/bin/sh\n-c\nrm -f \"$HOME/system/it's \\\"quoted\\\".txt\"\n");
 
-  EXPECT_EQ(DevAction::admin("echo 'rm: cannot remove x' >&2; exit 1").perform(), "rm: cannot remove x");
+  EXPECT_EQ(DevAction::admin("echo 'rm: cannot remove x' >&2; exit 1").perform(home.context()).error(),
+            "rm: cannot remove x");
   writeFile(home / "deny", "");
-  EXPECT_EQ(DevAction::admin("true").perform(), "Cancelled");
+  EXPECT_EQ(DevAction::admin("true").perform(home.context()).error(), "Cancelled");
 }
 
 }  // namespace tw::test

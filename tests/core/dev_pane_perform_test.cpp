@@ -36,9 +36,9 @@ DevAction failing(const std::string& message) {
   return DevAction::custom([message] { return std::optional<std::string>(message); });
 }
 
-std::vector<std::string> recordedNames() {
+std::vector<std::string> recordedNames(const FakeHome& home) {
   std::vector<std::string> names;
-  for (const auto& entry : History::entries()) names.push_back(entry.name);
+  for (const auto& entry : home.context().history->entries()) names.push_back(entry.name);
   return names;
 }
 
@@ -48,14 +48,14 @@ struct PaneHarness {
   QueueDispatcher queue;
   std::atomic<int> loads{0};
   std::shared_ptr<DevPane> pane = DevPane::make(
-      [this] {
+      [this](const Context&) {
         ++loads;
         return ProviderResult{};
       },
-      std::nullopt, queue.dispatcher());
+      std::nullopt, queue.dispatcher(), home.context());
   std::vector<int> progress;
-  int token = pane->observe([this](std::string_view property) {
-    if (property == "progress") progress.push_back(pane->progress());
+  int token = pane->observe([this](const DevPane::Notice& change) {
+    if (change.field == DevPaneField::progress) progress.push_back(pane->progress());
   });
 
   // Performs and waits for the completion; returns the loads seen when it was called.
@@ -104,7 +104,7 @@ TEST(DevPanePerform, BatchWithFourFailuresReportsTheFreedSpaceAndTheFirstThreeFa
   EXPECT_TRUE(std::is_sorted(harness.progress.begin(), harness.progress.end())) << "progress never goes back";
   EXPECT_EQ(loads, 1) << "the pane reloads before the completion runs";
 
-  const auto history = History::entries();
+  const auto history = harness.home.context().history->entries();
   ASSERT_EQ(history.size(), 1u);
   EXPECT_EQ(history[0].category, "Developer");
   EXPECT_EQ(history[0].name, "App cache");
@@ -120,7 +120,7 @@ TEST(DevPanePerform, AlreadyGonePathCountsAsFreedAndUnknownSizeSaysDone) {
   harness.home.file("Library/Caches/empty/x", 0);
   harness.perform({removable("Unknown", harness.home / "Library/Caches/empty", std::nullopt)});
   EXPECT_EQ(harness.pane->message(), "Done.");
-  const auto history = History::entries();
+  const auto history = harness.home.context().history->entries();
   ASSERT_EQ(history.size(), 2u);
   EXPECT_EQ(history[0].bytes, 1500);
   EXPECT_EQ(history[0].restore, std::nullopt);
@@ -143,7 +143,7 @@ TEST(DevPanePerform, OverrideActionRunsPerItemAndIsNeitherCountedNorRecorded) {
 
   harness.perform(items, failing("Couldn't reveal it"));
   EXPECT_EQ(harness.pane->message(), "Done. 2 failed: A: Couldn't reveal it · B: Couldn't reveal it");
-  EXPECT_TRUE(History::entries().empty());
+  EXPECT_TRUE(harness.home.context().history->entries().empty());
 
   // The next run starts without the last message.
   bool completed = false;
@@ -177,7 +177,7 @@ TEST(DevPanePerform, ActionsOtherThanDeletionRunOneAtATimeInOrder) {
   EXPECT_EQ(mostAtOnce.load(), 1);
   EXPECT_EQ(order, (std::vector<std::string>{"one", "two", "three", "four"}));
   EXPECT_EQ(harness.pane->message(), "Freed " + byteFormatter(4001) + ".");
-  EXPECT_EQ(recordedNames(), (std::vector<std::string>{"one", "two", "three", "four", "five"}));
+  EXPECT_EQ(recordedNames(harness.home), (std::vector<std::string>{"one", "two", "three", "four", "five"}));
 }
 
 TEST(DevPanePerform, ManyDeletionsRunTogetherAndAllAreRecorded) {
@@ -192,8 +192,9 @@ TEST(DevPanePerform, ManyDeletionsRunTogetherAndAllAreRecorded) {
   }
   harness.perform(items);
   EXPECT_EQ(harness.pane->message(), "Freed " + byteFormatter(40'000) + ".");
-  EXPECT_EQ(harness.progress.size(), 40u);
-  EXPECT_EQ(recordedNames(), names) << "records are neither lost to each other nor out of order";
+  EXPECT_EQ(harness.pane->progress(), 40);
+  EXPECT_EQ(harness.progress, (std::vector<int>{0, 40})) << "progress is polled, announced only at start and end";
+  EXPECT_EQ(recordedNames(harness.home), names) << "records are neither lost to each other nor out of order";
   for (const auto& item : items) EXPECT_FALSE(exists(item.id)) << item.id;
 }
 

@@ -8,8 +8,8 @@
 namespace tw::test {
 namespace {
 
-void expectJudgements(const std::vector<std::pair<std::string, bool>>& cases) {
-  for (const auto& [path, removable] : cases) EXPECT_EQ(DevSafety::canRemove(path), removable) << path;
+void expectJudgements(const Context& context, const std::vector<std::pair<std::string, bool>>& cases) {
+  for (const auto& [path, removable] : cases) EXPECT_EQ(DevSafety::canRemove(path, context), removable) << path;
 }
 
 void link(const std::string& target, const std::string& at) { ASSERT_EQ(::symlink(target.c_str(), at.c_str()), 0); }
@@ -29,42 +29,43 @@ TEST(DevSafety, OnlyPathsTwoLevelsBelowHomeMayGoJudgedOnWhatTheyReallyName) {
   link(outside.path(), home / "escape");
   link(home.path(), outside / "alias");
 
-  expectJudgements({
-      {home.path(), false},
-      {home / "Library", false},
-      {home / "Library/Caches", true},
-      {home / "Library/Caches/com.example/deep", true},
-      {home / "not/there/yet", true},  // judged on the path, not on existence
-      {"/tmp/x", false},
-      {"/", false},
-      {"", false},
-      {"Library/Caches", false},
-      {"../Library/Caches", false},
-      {home.path() + "-other/a/b", false},  // only starts like the home folder
-      // Trailing and doubled slashes, "." and ".." pieces.
-      {home / "Library/Caches/", true},
-      {home.path() + "//Library///Caches", true},
-      {home / "./Library/./Caches", true},
-      {home / "Library/Caches/..", false},
-      {home / "Library/../Library", false},
-      {home / "Documents/../Library/Caches", true},
-      {home / "../../etc/ssh", false},
-      {home / "Library//", false},
-      // A folder holding .git (a folder, or a file in a linked worktree) is never removed.
-      {home / "code/app", false},
-      {home / "code/app/", false},
-      {home / "code/worktree", false},
-      {home / "code/app/src", true},
-      {home / "code/app/.git", true},
-      // A link in the parent chain counts by where it leads; the link itself may go.
-      {home / "escape/system", false},
-      {home / "escape/system/data", false},
-      {home / "Projects/escape/system/data", false},
-      {home / "Projects/escape/system/../system/data", false},
-      {home / "Projects/escape", true},
-      {outside / "alias/Library/Caches", true},
-      {outside / "alias/Library", false},
-  });
+  expectJudgements(home.context(),
+                   {
+                       {home.path(), false},
+                       {home / "Library", false},
+                       {home / "Library/Caches", true},
+                       {home / "Library/Caches/com.example/deep", true},
+                       {home / "not/there/yet", true},  // judged on the path, not on existence
+                       {"/tmp/x", false},
+                       {"/", false},
+                       {"", false},
+                       {"Library/Caches", false},
+                       {"../Library/Caches", false},
+                       {home.path() + "-other/a/b", false},  // only starts like the home folder
+                       // Trailing and doubled slashes, "." and ".." pieces.
+                       {home / "Library/Caches/", true},
+                       {home.path() + "//Library///Caches", true},
+                       {home / "./Library/./Caches", true},
+                       {home / "Library/Caches/..", false},
+                       {home / "Library/../Library", false},
+                       {home / "Documents/../Library/Caches", true},
+                       {home / "../../etc/ssh", false},
+                       {home / "Library//", false},
+                       // A folder holding .git (a folder, or a file in a linked worktree) is never removed.
+                       {home / "code/app", false},
+                       {home / "code/app/", false},
+                       {home / "code/worktree", false},
+                       {home / "code/app/src", true},
+                       {home / "code/app/.git", true},
+                       // A link in the parent chain counts by where it leads; the link itself may go.
+                       {home / "escape/system", false},
+                       {home / "escape/system/data", false},
+                       {home / "Projects/escape/system/data", false},
+                       {home / "Projects/escape/system/../system/data", false},
+                       {home / "Projects/escape", true},
+                       {outside / "alias/Library/Caches", true},
+                       {outside / "alias/Library", false},
+                   });
 }
 
 TEST(DevSafety, ConfiguredProjectRootsAllowTheirDeeperFoldersComparedResolved) {
@@ -74,20 +75,20 @@ TEST(DevSafety, ConfiguredProjectRootsAllowTheirDeeperFoldersComparedResolved) {
   makeFolders(projects / "web/node_modules");
   makeFolders(real / "app/build");
   link(real.path(), home / "Code");
-  EXPECT_FALSE(DevSafety::canRemove(projects / "web/node_modules"));
+  EXPECT_FALSE(DevSafety::canRemove(projects / "web/node_modules", home.context()));
 
   // The second root names a link: the paths under it are judged resolved, and so is the root.
-  Settings::shared().set("projectRoots",
-                         nlohmann::json::array({projects.path() + "/", home / "Code", "relative/ignored"}));
-  expectJudgements({
-      {projects / "web/node_modules", true},
-      {projects / "web", false},
-      {projects.path(), false},
-      {home / "Library/Caches", true},  // home stays a root
-      {real / "app/build", true},
-      {home / "Code/app/build", true},
-      {real / "app", false},
-  });
+  home.context().settings->set("projectRoots",
+                               nlohmann::json::array({projects.path() + "/", home / "Code", "relative/ignored"}));
+  expectJudgements(home.context(), {
+                                       {projects / "web/node_modules", true},
+                                       {projects / "web", false},
+                                       {projects.path(), false},
+                                       {home / "Library/Caches", true},  // home stays a root
+                                       {real / "app/build", true},
+                                       {home / "Code/app/build", true},
+                                       {real / "app", false},
+                                   });
 }
 
 }  // namespace tw::test

@@ -24,11 +24,11 @@ nlohmann::json entryJSON(const std::string& name, const nlohmann::json& changes 
   return entry;
 }
 
-void writeHistory(const std::string& text) { writeFile(History::filePath(), text); }
+void writeHistory(const History& history, const std::string& text) { writeFile(history.filePath(), text); }
 
-std::vector<std::string> recordedNames() {
+std::vector<std::string> recordedNames(const History& history) {
   std::vector<std::string> names;
-  for (const auto& entry : History::entries()) names.push_back(entry.name);
+  for (const auto& entry : history.entries()) names.push_back(entry.name);
   return names;
 }
 
@@ -36,13 +36,14 @@ std::vector<std::string> recordedNames() {
 
 TEST(History, RecordsWriteACompactArrayWithARestoreKeyOnlyWhenThereIsAHint) {
   FakeHome home;
-  EXPECT_EQ(History::filePath(), home.path() + "/.local/share/Tidewarden/history.json");
+  History& history = *home.context().history;
+  EXPECT_EQ(history.filePath(), home.path() + "/.local/share/Tidewarden/history.json");
   ASSERT_TRUE(exists(home / ".local/share/Tidewarden")) << "the folder is made when the location is worked out";
-  EXPECT_FALSE(exists(History::filePath()));
+  EXPECT_FALSE(exists(history.filePath()));
 
-  History::record("Developer", "node_modules", 123456789, "Run npm install");
-  History::record("Trash", "old.zip", 0, std::nullopt);
-  const std::string text = readFile(History::filePath());
+  history.record("Developer", "node_modules", 123456789, "Run npm install");
+  history.record("Trash", "old.zip", 0, std::nullopt);
+  const std::string text = readFile(history.filePath());
   EXPECT_EQ(text.find('\n'), std::string::npos) << text;
   EXPECT_EQ(text.find("\": "), std::string::npos) << "compact, no indentation: " << text;
   auto json = nlohmann::json::parse(text);
@@ -59,7 +60,7 @@ TEST(History, RecordsWriteACompactArrayWithARestoreKeyOnlyWhenThereIsAHint) {
   EXPECT_EQ(json, nlohmann::json::parse(R"([{"category": "Developer", "name": "node_modules", "bytes": 123456789,
       "restore": "Run npm install"}, {"category": "Trash", "name": "old.zip", "bytes": 0}])"));
 
-  const auto entries = History::entries();
+  const auto entries = history.entries();
   ASSERT_EQ(entries.size(), 2u);
   EXPECT_EQ(entries[0].id, nlohmann::json::parse(text)[0]["id"]);
   EXPECT_NE(entries[0].id, entries[1].id);
@@ -71,13 +72,14 @@ TEST(History, RecordsWriteACompactArrayWithARestoreKeyOnlyWhenThereIsAHint) {
 
 TEST(History, TheLogKeepsTheNewest5000Entries) {
   FakeHome home;
+  History& history = *home.context().history;
   // A full log loses its oldest entry to the 5001st; an overlong one is cut back.
   for (const auto& [stored, oldestKept] : {std::pair{5000, "entry-1"}, std::pair{5010, "entry-11"}}) {
     nlohmann::json full = nlohmann::json::array();
     for (int i = 0; i < stored; ++i) full.push_back(entryJSON("entry-" + std::to_string(i)));
-    writeHistory(full.dump());
-    History::record("Developer", "newest", 7, std::nullopt);
-    const auto names = recordedNames();
+    writeHistory(history, full.dump());
+    history.record("Developer", "newest", 7, std::nullopt);
+    const auto names = recordedNames(history);
     ASSERT_EQ(names.size(), 5000u) << stored;
     EXPECT_EQ(names.front(), oldestKept);
     EXPECT_EQ(names.back(), "newest");
@@ -86,6 +88,7 @@ TEST(History, TheLogKeepsTheNewest5000Entries) {
 
 TEST(History, DamagedFilesReadAsEmptyAndTheNextRecordStartsAfresh) {
   FakeHome home;
+  History& history = *home.context().history;
   auto withoutBytes = entryJSON("no-bytes");
   withoutBytes.erase("bytes");
   const std::vector<std::string> damaged{
@@ -107,27 +110,29 @@ TEST(History, DamagedFilesReadAsEmptyAndTheNextRecordStartsAfresh) {
           R"(","date":"2026-08-02T09:41:07Z","category":"c","name":"n","bytes":18446744073709551615}])",
   };
   for (const auto& text : damaged) {
-    writeHistory(text);
-    EXPECT_TRUE(History::entries().empty()) << text.substr(0, 60);
-    History::record("Developer", "fresh", 42, std::nullopt);
-    EXPECT_EQ(recordedNames(), std::vector<std::string>{"fresh"}) << text.substr(0, 60);
+    writeHistory(history, text);
+    EXPECT_TRUE(history.entries().empty()) << text.substr(0, 60);
+    history.record("Developer", "fresh", 42, std::nullopt);
+    EXPECT_EQ(recordedNames(history), std::vector<std::string>{"fresh"}) << text.substr(0, 60);
   }
 
   // A huge file is not read, and the next record replaces it.
-  writeHistory("[");
-  ASSERT_EQ(::truncate(History::filePath().c_str(), 200LL << 20), 0);  // sparse, costs no space
-  EXPECT_TRUE(History::entries().empty());
-  History::record("Developer", "after", 1, std::nullopt);
-  EXPECT_EQ(recordedNames(), std::vector<std::string>{"after"});
-  EXPECT_LT(std::filesystem::file_size(History::filePath()), 1000u);
+  writeHistory(history, "[");
+  ASSERT_EQ(::truncate(history.filePath().c_str(), 200LL << 20), 0);  // sparse, costs no space
+  EXPECT_TRUE(history.entries().empty());
+  history.record("Developer", "after", 1, std::nullopt);
+  EXPECT_EQ(recordedNames(history), std::vector<std::string>{"after"});
+  EXPECT_LT(std::filesystem::file_size(history.filePath()), 1000u);
 }
 
 TEST(History, AcceptsDatesWithFractionsAndOffsetsAndNullRestore) {
   FakeHome home;
-  writeHistory(nlohmann::json::array({entryJSON("a", {{"date", "2026-08-02T09:41:07.250Z"}, {"restore", nullptr}}),
+  History& history = *home.context().history;
+  writeHistory(history,
+               nlohmann::json::array({entryJSON("a", {{"date", "2026-08-02T09:41:07.250Z"}, {"restore", nullptr}}),
                                       entryJSON("b", {{"date", "2026-08-02T11:41:07+02:00"}})})
                    .dump());
-  const auto entries = History::entries();
+  const auto entries = history.entries();
   ASSERT_EQ(entries.size(), 2u);
   EXPECT_EQ(entries[0].restore, std::nullopt);
   EXPECT_EQ(std::chrono::floor<std::chrono::seconds>(entries[0].date), entries[1].date);
@@ -135,23 +140,24 @@ TEST(History, AcceptsDatesWithFractionsAndOffsetsAndNullRestore) {
 
 TEST(History, ConcurrentRecordsNeverLeaveAHalfWrittenFile) {
   FakeHome home;
-  History::record("Developer", "seed", 1, std::nullopt);
+  History& history = *home.context().history;
+  history.record("Developer", "seed", 1, std::nullopt);
   std::atomic<bool> stop{false};
   std::atomic<int> unreadable{0};
   std::atomic<int> looks{0};
   // Reads the file behind the lock's back, as another process would.
   std::thread watcher([&] {
     while (!stop) {
-      const auto json = nlohmann::json::parse(readFile(History::filePath()), nullptr, false);
+      const auto json = nlohmann::json::parse(readFile(history.filePath()), nullptr, false);
       if (!json.is_array() || json.empty()) ++unreadable;
       ++looks;
     }
   });
   std::vector<std::thread> writers;
   for (int t = 0; t < 8; ++t) {
-    writers.emplace_back([t] {
+    writers.emplace_back([t, &history] {
       for (int i = 0; i < 20; ++i)
-        History::record("Developer", "t" + std::to_string(t) + "-" + std::to_string(i), i, std::nullopt);
+        history.record("Developer", "t" + std::to_string(t) + "-" + std::to_string(i), i, std::nullopt);
     });
   }
   for (auto& writer : writers) writer.join();
@@ -159,7 +165,7 @@ TEST(History, ConcurrentRecordsNeverLeaveAHalfWrittenFile) {
   watcher.join();
 
   EXPECT_EQ(unreadable.load(), 0) << "out of " << looks.load() << " looks";
-  const auto entries = History::entries();
+  const auto entries = history.entries();
   // Records that race between their read and their write may drop each other's entry.
   EXPECT_GE(entries.size(), 2u);
   EXPECT_LE(entries.size(), 161u);
@@ -176,19 +182,24 @@ TEST(History, ConcurrentRecordsNeverLeaveAHalfWrittenFile) {
 
 TEST(History, SampleDataModeRecordsNothingAndClearKeepsTheFolder) {
   FakeHome home;
-  History::clear();  // no file: nothing happens
-  EXPECT_FALSE(exists(History::filePath()));
-  writeHistory(nlohmann::json::array({entryJSON("kept")}).dump());
-  const std::string before = readFile(History::filePath());
-  ::setenv("TIDEWARDEN_SNAPSHOT", "1", 1);
-  History::record("Developer", "sample", 100, std::nullopt);
-  ::unsetenv("TIDEWARDEN_SNAPSHOT");
-  EXPECT_EQ(readFile(History::filePath()), before);
+  History& history = *home.context().history;
+  history.clear();  // no file: nothing happens
+  EXPECT_FALSE(exists(history.filePath()));
+  writeHistory(history, nlohmann::json::array({entryJSON("kept")}).dump());
+  const std::string before = readFile(history.filePath());
+  {
+    ScopedEnvironment sampleMode("TIDEWARDEN_SNAPSHOT", "1");
+    const Context sample = Context::fromEnvironment(Context::processEnvironment());
+    EXPECT_TRUE(sample.sampleData);
+    EXPECT_EQ(sample.history->filePath(), history.filePath());
+    sample.history->record("Developer", "sample", 100, std::nullopt);
+  }
+  EXPECT_EQ(readFile(history.filePath()), before);
 
-  History::clear();
-  EXPECT_FALSE(exists(History::filePath()));
+  history.clear();
+  EXPECT_FALSE(exists(history.filePath()));
   EXPECT_TRUE(exists(home / ".local/share/Tidewarden"));
-  EXPECT_TRUE(History::entries().empty());
+  EXPECT_TRUE(history.entries().empty());
 }
 
 }  // namespace tw::test

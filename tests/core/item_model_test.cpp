@@ -35,25 +35,26 @@ TEST(DevGroup, SettersNotifyOnlyWhenTheValueReallyChanges) {
   const std::vector<Badge> stale{{"stale", Badge::Tone::warn}, {"large", Badge::Tone::info}};
   auto retoned = stale;
   retoned[1].tone = Badge::Tone::danger;
-  const std::vector<std::pair<std::function<void()>, std::vector<std::string>>> steps{
-      {[&] { observed.setBadges(stale); }, {"badges"}},
+  using Field = DevGroupField;
+  const std::vector<std::pair<std::function<void()>, std::vector<Field>>> steps{
+      {[&] { observed.setBadges(stale); }, {Field::badges}},
       {[&] { observed.setBadges(stale); }, {}},  // equal text and tone
-      {[&] { observed.setBadges(retoned); }, {"badges"}},
+      {[&] { observed.setBadges(retoned); }, {Field::badges}},
       {[&] {
          observed.setBadges({{"old", Badge::Tone::warn}, retoned[1]});
        },
-       {"badges"}},
-      {[&] { observed.setBadges({}); }, {"badges"}},
+       {Field::badges}},
+      {[&] { observed.setBadges({}); }, {Field::badges}},
       {[&] { observed.setNote(std::nullopt); }, {}},
-      {[&] { observed.setNote(""); }, {"note"}},  // presence alone is a change
+      {[&] { observed.setNote(""); }, {Field::note}},  // presence alone is a change
       {[&] { observed.setNote(""); }, {}},
-      {[&] { observed.setNote("other"); }, {"note"}},
-      {[&] { observed.setItems({}); }, {"items"}},  // items notify on every assignment
-      {[&] { observed.setItems({}); }, {"items"}},
+      {[&] { observed.setNote("other"); }, {Field::note}},
+      {[&] { observed.setItems({}); }, {Field::items}},  // items notify on every assignment
+      {[&] { observed.setItems({}); }, {Field::items}},
   };
   for (std::size_t step = 0; step < steps.size(); ++step) {
-    std::vector<std::string> seen;
-    const int token = observed.observe([&](std::string_view property) { seen.emplace_back(property); });
+    std::vector<Field> seen;
+    const int token = observed.observe([&](const DevGroup::Notice& change) { seen.push_back(change.field); });
     steps[step].first();
     observed.unobserve(token);
     EXPECT_EQ(seen, steps[step].second) << "step " << step;
@@ -66,10 +67,10 @@ class PaneTest : public ::testing::Test {
 
   std::shared_ptr<DevPane> paneWith(std::vector<DevGroupPtr> groups) {
     auto pane = DevPane::make(
-        [groups] {
+        [groups](const Context&) {
           return ProviderResult{groups, std::nullopt};
         },
-        "projects", queue.dispatcher());
+        "projects", queue.dispatcher(), Context{});
     loadAndWait(*pane);
     return pane;
   }
@@ -83,7 +84,7 @@ class PaneTest : public ::testing::Test {
 
 TEST_F(PaneTest, StaleFilterHidesGroupsActiveExactlyThirtyDaysAgoOrUndated) {
   const Date now = std::chrono::system_clock::now();
-  const auto thirtyDays = std::chrono::seconds{DevPane::staleSeconds};
+  const auto thirtyDays = staleAge;
   auto pane = paneWith({
       group("exactly", {item("a", 10, 10, true)}, now - thirtyDays),
       group("older", {item("b", 20, 20, true), item("c", 5, 5)}, now - thirtyDays - 1s),
@@ -122,12 +123,12 @@ TEST_F(PaneTest, ThreeLoadsWhileOneRunsCallTheProviderOnceAndEveryCallbackOnceIn
   std::atomic<int> providerRuns{0};
   std::latch release{1};
   auto pane = DevPane::make(
-      [&] {
+      [&](const Context&) {
         ++providerRuns;
         release.wait();
         return ProviderResult{{group("g", {item("a", 1, 1)})}, "a note"};
       },
-      std::nullopt, queue.dispatcher());
+      std::nullopt, queue.dispatcher(), Context{});
 
   std::vector<int> calls;
   pane->load([&] { calls.push_back(1); });
@@ -151,18 +152,18 @@ TEST_F(PaneTest, ThreeLoadsWhileOneRunsCallTheProviderOnceAndEveryCallbackOnceIn
 TEST_F(PaneTest, ResultIsAppliedOnTheOwnersThreadInOneStep) {
   const auto owner = std::this_thread::get_id();
   auto pane = DevPane::make(
-      [] {
+      [](const Context&) {
         return ProviderResult{{group("g", {})}, std::nullopt};
       },
-      std::nullopt, queue.dispatcher());
-  std::vector<std::string> changes;
+      std::nullopt, queue.dispatcher(), Context{});
+  std::vector<DevPaneField> changes;
   std::vector<std::thread::id> threads;
-  pane->observe([&](std::string_view property) {
-    changes.emplace_back(property);
+  pane->observe([&](const DevPane::Notice& change) {
+    changes.push_back(change.field);
     threads.push_back(std::this_thread::get_id());
   });
   loadAndWait(*pane);
-  EXPECT_EQ(std::count(changes.begin(), changes.end(), "groups"), 1);
+  EXPECT_EQ(std::count(changes.begin(), changes.end(), DevPaneField::groups), 1);
   for (const auto& id : threads) EXPECT_EQ(id, owner);
 
   // A refresh keeps the old groups until the new ones replace them.

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "core/path.h"
+#include "core/context.h"
 #include "core/text.h"
-#include "core/xdg_folders.h"
+#include "fs/path.h"
 #include "support/fake_home.h"
 #include "support/scoped_environment.h"
 
@@ -32,21 +32,21 @@ TEST(PathPieces, LastComponentParentAndExtension) {
 
 TEST(TildePath, ReplacesOnlyAWholeHomePrefix) {
   test::FakeHome home;
-  EXPECT_EQ(tildePath(home.path()), "~");
-  EXPECT_EQ(tildePath(home / "Developer/x"), "~/Developer/x");
-  EXPECT_EQ(tildePath(home.path() + "-other/x"), home.path() + "-other/x");
-  EXPECT_EQ(tildePath("/etc"), "/etc");
+  EXPECT_EQ(tildePath(home.path(), home.path()), "~");
+  EXPECT_EQ(tildePath(home / "Developer/x", home.path()), "~/Developer/x");
+  EXPECT_EQ(tildePath(home.path() + "-other/x", home.path()), home.path() + "-other/x");
+  EXPECT_EQ(tildePath("/etc", home.path()), "/etc");
 }
 
 TEST(XdgFolder, FollowsTheVariableUnlessItIsRelativeOrUnset) {
-  test::FakeHome home;
   const auto dataHome = [](std::optional<std::string> value) {
-    test::ScopedEnvironment environment({{"XDG_DATA_HOME", value}});
-    return xdgFolder("XDG_DATA_HOME", "/.local/share");
+    Environment env{{"HOME", "/home/ann/"}};
+    if (value) env["XDG_DATA_HOME"] = *value;
+    return Context::fromEnvironment(env).dataHome;
   };
   EXPECT_EQ(dataHome("/data/ann/"), "/data/ann");
-  EXPECT_EQ(dataHome("relative/share"), home / ".local/share");
-  EXPECT_EQ(dataHome(std::nullopt), home / ".local/share");
+  EXPECT_EQ(dataHome("relative/share"), "/home/ann/.local/share");
+  EXPECT_EQ(dataHome(std::nullopt), "/home/ann/.local/share");
 }
 
 TEST(ValidUtf8, ReplacesEveryInvalidSequenceAndKeepsValidText) {

@@ -36,7 +36,7 @@ TEST(ShellRun, ChildWritingAMebibyteToBothStreamsFinishesWithAllOfIt) {
                                  {"-c",
                                   "i=0; while [ $i -lt 16 ]; do head -c 65536 /dev/zero | tr '\\0' o; "
                                   "head -c 65536 /dev/zero | tr '\\0' e >&2; i=$((i+1)); done; exit 3"},
-                                 60);
+                                 60, home.context());
   EXPECT_EQ(result.code, 3);
   EXPECT_EQ(result.out, std::string(1 << 20, 'o'));
   EXPECT_EQ(result.err, std::string(1 << 20, 'e'));
@@ -61,7 +61,7 @@ TEST(ShellRun, TimedOutChildIsAskedToTerminateSoonAfterwardsKeepingItsOutputAndI
   };
   for (const auto& [script, timeout, out, code] : cases) {
     const auto start = Clock::now();
-    const auto result = Shell::run("/bin/sh", {"-c", script}, timeout);
+    const auto result = Shell::run("/bin/sh", {"-c", script}, timeout, home.context());
     const double elapsed = secondsSince(start);
     EXPECT_EQ(result.out, out) << script;
     EXPECT_EQ(result.code, code) << script;
@@ -71,16 +71,37 @@ TEST(ShellRun, TimedOutChildIsAskedToTerminateSoonAfterwardsKeepingItsOutputAndI
   }
 }
 
+TEST(ShellRun, AStopRequestEndsTheChildAsItsTimeOutWouldKeepingItsOutput) {
+  FakeHome home;
+  std::stop_source stop;
+  const Context context = home.context().withStop(stop.get_token());
+  std::thread stopper([&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    stop.request_stop();
+  });
+  const auto start = Clock::now();
+  const auto result = Shell::run("/bin/sh", {"-c", "echo started; exec sleep 30"}, 60, context);
+  stopper.join();
+  EXPECT_EQ(result.code, SIGTERM);
+  EXPECT_EQ(result.out, "started\n");
+  EXPECT_LT(secondsSince(start), 10);
+  EXPECT_FALSE(hasChildren());
+
+  // Already stopped: the tool is ended at once.
+  const auto late = Shell::run("/bin/sh", {"-c", "exec sleep 30"}, 60, context);
+  EXPECT_EQ(late.code, SIGTERM);
+}
+
 TEST(ShellRun, ProgramsThatCannotStartFailToLaunchWithAReason) {
   FakeHome home;
   const auto script = home.fileWithContents("tool.sh", "#!/bin/sh\necho hi\n");  // not executable
   for (const auto& program : {home / "no-such-tool", script}) {
-    const auto result = Shell::run(program, {"--version"}, 10);
+    const auto result = Shell::run(program, {"--version"}, 10, home.context());
     EXPECT_EQ(result.code, -1) << program;
     EXPECT_EQ(result.out, "") << program;
     EXPECT_FALSE(result.err.empty()) << program;
   }
-  EXPECT_NE(Shell::run(home / "no-such-tool", {}, 10).err.find("No such file"), std::string::npos);
+  EXPECT_NE(Shell::run(home / "no-such-tool", {}, 10, home.context()).err.find("No such file"), std::string::npos);
   EXPECT_FALSE(hasChildren());
 }
 
@@ -90,13 +111,13 @@ TEST(ShellRun, ChildPathIsTheToolFoldersThenTheInheritedOneAndGitNeverPrompts) {
       "/opt/homebrew/bin:/usr/local/bin:" + home.path() + "/.cargo/bin:" + home.path() + "/.local/bin:/usr/bin:/bin:";
   {
     ScopedPath path("/custom/bin:/usr/bin");
-    const auto result = Shell::run("/bin/sh", {"-c", "printf '%s|%s' \"$PATH\" \"$GIT_TERMINAL_PROMPT\""}, 10);
+    const auto result =
+        Shell::run("/bin/sh", {"-c", "printf '%s|%s' \"$PATH\" \"$GIT_TERMINAL_PROMPT\""}, 10, home.context());
     EXPECT_EQ(result.out, tools + "/custom/bin:/usr/bin|0");
   }
   // Without PATH the list ends in an empty element.
-  ScopedPath path(std::nullopt);
-  ::setenv("GIT_TERMINAL_PROMPT", "1", 1);
-  const auto result = Shell::run("/usr/bin/env", {}, 10);
+  ScopedEnvironment environment({{"PATH", std::nullopt}, {"GIT_TERMINAL_PROMPT", "1"}});
+  const auto result = Shell::run("/usr/bin/env", {}, 10, home.context());
   EXPECT_NE(result.out.find("PATH=" + tools + "\n"), std::string::npos) << result.out;
   EXPECT_NE(result.out.find("GIT_TERMINAL_PROMPT=0\n"), std::string::npos);
   EXPECT_EQ(result.out.find("GIT_TERMINAL_PROMPT=1"), std::string::npos);
@@ -117,7 +138,7 @@ TEST(ShellRun, ChildGetsTheNullDeviceOnlyTheStandardDescriptorsAndReadableText) 
        "b\n"},  // invalid UTF-8 is replaced, not dropped
   };
   for (const auto& [program, arguments, out] : cases) {
-    const auto result = Shell::run(program, arguments, 10);
+    const auto result = Shell::run(program, arguments, 10, home.context());
     EXPECT_EQ(result.code, 0) << program;
     EXPECT_EQ(result.out, out) << program;
   }
@@ -128,8 +149,11 @@ TEST(ShellRun, ManyRunsAtOnceEachGetTheirOwnOutput) {
   FakeHome home;
   std::vector<Shell::Result> results(8);
   std::vector<std::thread> threads;
+  const Context context = home.context();
   for (std::size_t i = 0; i < results.size(); ++i) {
-    threads.emplace_back([&, i] { results[i] = Shell::run("/bin/sh", {"-c", "echo " + std::to_string(i)}, 30); });
+    threads.emplace_back([&, i] {
+      results[i] = Shell::run("/bin/sh", {"-c", "echo " + std::to_string(i)}, 30, context);
+    });
   }
   for (auto& thread : threads) thread.join();
   for (std::size_t i = 0; i < results.size(); ++i) EXPECT_EQ(results[i].out, std::to_string(i) + "\n");
@@ -140,23 +164,23 @@ TEST(ShellWhich, SearchesTheFixedFoldersInOrderForExecutableFilesAndIgnoresPath)
   FakeHome home;
   writeFile(home / ".cargo/bin/tw-probe", "#!/bin/sh\n");  // not executable
   makeFolders(home / ".local/bin/tw-probe/");
-  EXPECT_EQ(Shell::which("tw-probe"), std::nullopt);
+  EXPECT_EQ(Shell::which("tw-probe", home.context()), std::nullopt);
   removeTree(home / ".cargo/bin/tw-probe");
   removeTree(home / ".local/bin/tw-probe");
   const auto local = writeExecutable(home / ".local/bin/tw-probe", "#!/bin/sh\n");
-  EXPECT_EQ(Shell::which("tw-probe"), local);
+  EXPECT_EQ(Shell::which("tw-probe", home.context()), local);
   const auto cargo = writeExecutable(home / ".cargo/bin/tw-probe", "#!/bin/sh\n");
-  EXPECT_EQ(Shell::which("tw-probe"), cargo) << "~/.cargo/bin comes before ~/.local/bin";
+  EXPECT_EQ(Shell::which("tw-probe", home.context()), cargo) << "~/.cargo/bin comes before ~/.local/bin";
 
   writeExecutable(home / "elsewhere/tw-elsewhere", "#!/bin/sh\n");
   ScopedPath path(home / "elsewhere");
-  EXPECT_EQ(Shell::which("tw-elsewhere"), std::nullopt);
-  EXPECT_EQ(Shell::which("sh"), "/usr/bin/sh");
+  EXPECT_EQ(Shell::which("tw-elsewhere", home.context()), std::nullopt);
+  EXPECT_EQ(Shell::which("sh", home.context()), "/usr/bin/sh");
   // On Linux the git in /usr/bin is the real one, never an installer stub.
-  EXPECT_FALSE(Shell::hasDeveloperTools());
-  EXPECT_EQ(Shell::which("git"), "/usr/bin/git");
-  EXPECT_EQ(Shell::which("../bin/sh"), std::nullopt);
-  EXPECT_EQ(Shell::which(""), std::nullopt);
+  EXPECT_FALSE(Shell::hasDeveloperTools(home.context()));
+  EXPECT_EQ(Shell::which("git", home.context()), "/usr/bin/git");
+  EXPECT_EQ(Shell::which("../bin/sh", home.context()), std::nullopt);
+  EXPECT_EQ(Shell::which("", home.context()), std::nullopt);
 }
 
 }  // namespace tw::test

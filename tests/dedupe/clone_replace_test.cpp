@@ -8,13 +8,13 @@
 #include <sstream>
 #include <thread>
 
-#include "core/file_flags.h"
-#include "core/unique_fd.h"
 #include "dedupe/block_sharing.h"
 #include "dedupe/dedupe.h"
 #include "dedupe/file_state.h"
 #include "dedupe/open_files.h"
 #include "dedupe_fixtures.h"
+#include "fs/file_flags.h"
+#include "fs/unique_fd.h"
 #include "support/fake_home.h"
 #include "support/loop_volume.h"
 
@@ -34,11 +34,7 @@ std::string looksOf(const std::string& path) {
   return out.str();
 }
 
-OpenFiles::Key keyOf(const std::string& path) {
-  struct stat info {};
-  ::lstat(path.c_str(), &info);
-  return {static_cast<std::int32_t>(info.st_dev), info.st_ino};
-}
+FileIdentity keyOf(const std::string& path) { return identityOfPath(path).value_or(FileIdentity{}); }
 
 TEST(OpenFiles, SeesFilesOtherProcessesHoldButNotOurOwnAndReusesOnlyAYoungSnapshot) {
   FakeHome home;

@@ -46,8 +46,8 @@ std::set<std::vector<std::string>> pathSets(const std::vector<Dedupe::DupSet>& s
   return result;
 }
 
-void setProjectRoots(const std::vector<std::string>& roots) {
-  Settings::shared().set(DevSettings::projectRootsKey, nlohmann::json(roots));
+void setProjectRoots(const FakeHome& home, const std::vector<std::string>& roots) {
+  home.context().settings->set(DevSettings::projectRootsKey, nlohmann::json(roots));
 }
 
 HeldOpen::HeldOpen(const std::string& path) {

@@ -30,7 +30,7 @@ std::vector<std::string> copies(const std::string& contents, const std::vector<s
 // The scan's sets as sets of paths, order left aside.
 [[nodiscard]] std::set<std::vector<std::string>> pathSets(const std::vector<Dedupe::DupSet>& sets);
 
-void setProjectRoots(const std::vector<std::string>& roots);
+void setProjectRoots(const FakeHome& home, const std::vector<std::string>& roots);
 
 // A child process that keeps a file open as its standard input until it is destroyed.
 class HeldOpen {

@@ -23,9 +23,9 @@ TEST(DedupeScreen, ListsEachSetWithTheKeptFileAndItsCopiesLargestSavingsFirst) {
   const auto kept = put(home / "p/a/large.dat", large);
   const auto copy1 = put(home / "p/b/large.dat", large);
   const auto copy2 = put(home / "p/c/large-copy.dat", large);
-  setProjectRoots({home / "p"});
+  setProjectRoots(home, {home / "p"});
 
-  const ProviderResult result = Dedupe::load();
+  const ProviderResult result = Dedupe::load(home.context());
 
   ASSERT_EQ(result.groups.size(), 2u);
   const DevGroup& first = *result.groups[0];
@@ -36,7 +36,7 @@ TEST(DedupeScreen, ListsEachSetWithTheKeptFileAndItsCopiesLargestSavingsFirst) {
   EXPECT_EQ(first.items()[0].id, copy1);
   EXPECT_EQ(first.items()[0].name, "~/p/b/large.dat");
   EXPECT_EQ(first.items()[1].id, copy2);
-  const auto sets = Dedupe::scan({home / "p"});
+  const auto sets = Dedupe::scan({home / "p"}, home.path());
   for (const auto& item : first.items()) {
     EXPECT_EQ(item.size, sets[0].alloc);
     EXPECT_EQ(item.freeable, sets[0].alloc);
@@ -51,9 +51,9 @@ TEST(DedupeScreen, OnAVolumeThatCannotShareTheSetsAreShownButNothingIsPreselecte
   const std::string data = randomBytes(100'000, 43);
   put(home / "p/x.bin", data);
   const auto copy = put(home / "p/y.bin", data);
-  setProjectRoots({home / "p"});
+  setProjectRoots(home, {home / "p"});
 
-  const ProviderResult result = Dedupe::load();
+  const ProviderResult result = Dedupe::load(home.context());
 
   EXPECT_EQ(result.note, cannotShare);
   ASSERT_EQ(result.groups.size(), 1u);
@@ -67,7 +67,7 @@ TEST(DedupeScreen, OnAVolumeThatCannotShareTheSetsAreShownButNothingIsPreselecte
   EXPECT_EQ(json["selected"], 0);
 
   ::unlink(copy.c_str());
-  const ProviderResult nothing = Dedupe::load();
+  const ProviderResult nothing = Dedupe::load(home.context());
   EXPECT_TRUE(nothing.groups.empty());
   EXPECT_EQ(nothing.note, "No identical files of 32 KB or more in your project folders.");
 }
@@ -76,7 +76,7 @@ class DedupeScreenOnXfs : public OnXfs {
  protected:
   void SetUp() override {
     OnXfs::SetUp();
-    if (volume_) setProjectRoots({volume_->path()});
+    if (volume_) setProjectRoots(home_, {volume_->path()});
   }
 };
 
@@ -113,9 +113,9 @@ TEST_F(DedupeScreenOnXfs, WithRootsOnTwoVolumesOnlyTheSetsThatCannotShareCarryTh
   copies(shareable, {on("x/data.bin"), on("y/data.bin")});
   const std::string stuck = randomBytes(MiB, 49);
   copies(stuck, {home_ / "p/one.bin", home_ / "p/two.bin"});
-  setProjectRoots({volume_->path(), home_ / "p"});
+  setProjectRoots(home_, {volume_->path(), home_ / "p"});
 
-  const ProviderResult result = Dedupe::load();
+  const ProviderResult result = Dedupe::load(home_.context());
 
   EXPECT_EQ(result.note, cannotShare);
   ASSERT_EQ(result.groups.size(), 2u);

@@ -9,13 +9,13 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/file_flags.h"
-#include "core/path.h"
 #include "core/text.h"
-#include "core/unique_fd.h"
 #include "dedupe/dedupe.h"
 #include "dedupe/dedupe_walk.h"
 #include "dedupe_fixtures.h"
+#include "fs/file_flags.h"
+#include "fs/path.h"
+#include "fs/unique_fd.h"
 #include "support/fake_home.h"
 #include "support/loop_volume.h"
 
@@ -39,7 +39,7 @@ TEST(DuplicateFinder, OffersSingleLinkCopiesOf32KiBOnDiskOrMoreLargestSavingsFir
   // Hard links, links and empty files among the copies are the cross-check's to catch.
   copies(randomBytes(20'000, 2), {p + "/small-1", p + "/sub/small-2"});
 
-  const auto sets = Dedupe::scan({p, home / "missing", big[0], ""});
+  const auto sets = Dedupe::scan({p, home / "missing", big[0], ""}, home.path());
 
   ASSERT_EQ(sets.size(), 3u);
   EXPECT_EQ(sets[0].paths, big);
@@ -48,7 +48,7 @@ TEST(DuplicateFinder, OffersSingleLinkCopiesOf32KiBOnDiskOrMoreLargestSavingsFir
   EXPECT_EQ(sets[1].paths, four);
   EXPECT_EQ(sets[1].freeable(), 3 * allocated(four[0]));
   EXPECT_EQ(sets[2].paths, pair);
-  EXPECT_TRUE(Dedupe::scan({}).empty());
+  EXPECT_TRUE(Dedupe::scan({}, home.path()).empty());
 }
 
 TEST(DuplicateFinder, SkipsRepositoriesTrashPackagesLibraryMutableFilesAndCloneTemporariesButNotDeepOrOddNames) {
@@ -66,8 +66,8 @@ TEST(DuplicateFinder, SkipsRepositoriesTrashPackagesLibraryMutableFilesAndCloneT
   for (int level = 0; level < 200; ++level) deep += "/d";
   const auto odd = copies(randomBytes(70'000, 16), {home / "p/caf\xe9-\xff.bin", deep + "/bottom.bin"});
 
-  EXPECT_EQ(pathSets(Dedupe::scan({home.path()})), (std::set<Paths>{visible, odd}));
-  setProjectRoots({home.path()});
+  EXPECT_EQ(pathSets(Dedupe::scan({home.path()}, home.path())), (std::set<Paths>{visible, odd}));
+  setProjectRoots(home, {home.path()});
   const auto listed = runTidewarden({"dedupe", "--json"});
   ASSERT_EQ(listed.code, 0) << listed.err;
   EXPECT_EQ(nlohmann::json::parse(listed.out)["groups"].size(), 2u);  // parsing throws on invalid UTF-8
@@ -86,7 +86,7 @@ TEST(DuplicateFinder, FilesThatAgreeOnlyInTheirFirst64KiBAreNotASet) {
   }
   const auto same = copies(randomBytes((3 << 20) + 5, 17), {home / "p/same-1.bin", home / "p/same-2.bin"});
 
-  EXPECT_EQ(pathSets(Dedupe::scan({home / "p"})), (std::set<Paths>{same}));
+  EXPECT_EQ(pathSets(Dedupe::scan({home / "p"}, home.path())), (std::set<Paths>{same}));
 }
 
 TEST(DuplicateFinder, OneFileReachedThroughTwoRootsALinkOrDotIsNeverASetWithItself) {
@@ -95,12 +95,12 @@ TEST(DuplicateFinder, OneFileReachedThroughTwoRootsALinkOrDotIsNeverASetWithItse
   std::filesystem::create_directory_symlink(home / "p", home / "link-to-p");
   const Paths roots{home / "p",     home / "p/.",           home / "p/sub/..", home / "link-to-p",
                     home / "p/sub", home / "link-to-p/sub", home / "p//sub/./"};
-  EXPECT_TRUE(Dedupe::scan(roots).empty());
+  EXPECT_TRUE(Dedupe::scan(roots, home.path()).empty());
 
   const auto pair = copies(randomBytes(100'000, 8), {home / "p/one.bin", home / "p/sub/two.bin"});
-  EXPECT_EQ(pathSets(Dedupe::scan(roots)), (std::set<Paths>{pair}));
+  EXPECT_EQ(pathSets(Dedupe::scan(roots, home.path())), (std::set<Paths>{pair}));
   // Only the link given as a root: the set names the files by their real paths.
-  EXPECT_EQ(pathSets(Dedupe::scan({home / "link-to-p"})), (std::set<Paths>{pair}));
+  EXPECT_EQ(pathSets(Dedupe::scan({home / "link-to-p"}, home.path())), (std::set<Paths>{pair}));
 
   // Roots inside other roots, repeated, missing or not folders are dropped before the walk.
   put(home / "a-file", "not a folder");
@@ -125,13 +125,13 @@ TEST(DuplicateFinder, NeverPairsFilesOnDifferentVolumesNorAFolderMountedTwiceWit
   const auto secondHome = makeTempFolder();
   put(secondHome + "/here-too.bin", data);
 
-  EXPECT_TRUE(Dedupe::scan({home / "p"}).empty());
+  EXPECT_TRUE(Dedupe::scan({home / "p"}, home.path()).empty());
   // Given as a root of its own the other volume is walked, but its files never pair with
   // files elsewhere.
-  EXPECT_TRUE(Dedupe::scan({inside->path(), home / "elsewhere.bin", home / "p/a/here.bin"}).empty());
-  EXPECT_TRUE(Dedupe::scan({inside->path(), secondHome}).empty());
+  EXPECT_TRUE(Dedupe::scan({inside->path(), home / "elsewhere.bin", home / "p/a/here.bin"}, home.path()).empty());
+  EXPECT_TRUE(Dedupe::scan({inside->path(), secondHome}, home.path()).empty());
   const auto again = put(inside->path() + "/there-again.bin", data);
-  EXPECT_EQ(pathSets(Dedupe::scan({inside->path(), secondHome})), (std::set<Paths>{{again, there}}));
+  EXPECT_EQ(pathSets(Dedupe::scan({inside->path(), secondHome}, home.path())), (std::set<Paths>{{again, there}}));
   removeTree(secondHome);
 
   // A bind mount shows the same files a second time, on the same volume.
@@ -141,7 +141,7 @@ TEST(DuplicateFinder, NeverPairsFilesOnDifferentVolumesNorAFolderMountedTwiceWit
     std::string path;
     ~Unmount() { (void)runProcess({"umount", path}); }
   } unmount{home / "p/b/mirror"};
-  EXPECT_TRUE(Dedupe::scan({home / "p"}).empty());
+  EXPECT_TRUE(Dedupe::scan({home / "p"}, home.path()).empty());
 }
 
 TEST(DuplicateFinder, ImmutableAndAppendOnlyFilesAreNeverOffered) {
@@ -158,7 +158,7 @@ TEST(DuplicateFinder, ImmutableAndAppendOnlyFilesAreNeverOffered) {
     }
   } unlock{{files[1], files[3]}};
 
-  EXPECT_EQ(pathSets(Dedupe::scan({home / "p"})), (std::set<Paths>{{files[0], files[2]}}));
+  EXPECT_EQ(pathSets(Dedupe::scan({home / "p"}, home.path())), (std::set<Paths>{{files[0], files[2]}}));
 }
 
 std::int64_t bytesInMemory(const std::string& path) {
@@ -178,7 +178,7 @@ TEST(DuplicateFinder, HashingLeavesLargeFilesOutOfMemoryUnlessTheyWereInUse) {
   ASSERT_EQ(readFile(files[2]).size(), 8u << 20);  // someone is using this one
   ASSERT_EQ(bytesInMemory(files[0]), 0) << "this file system keeps pages it was asked to drop";
 
-  EXPECT_EQ(pathSets(Dedupe::scan({home / "p"})), (std::set<Paths>{files}));
+  EXPECT_EQ(pathSets(Dedupe::scan({home / "p"}, home.path())), (std::set<Paths>{files}));
 
   // Only the first 64 KiB that every candidate gets hashed by stay behind.
   EXPECT_LE(bytesInMemory(files[0]), 65'536);
@@ -250,7 +250,7 @@ TEST(PeerCrossCheck, FindsExactlyTheSetsJdupesFindsUnderTheSameRules) {
     makeMixedTree(home / "tree", seed);
     const auto expected = peerSets(home / "tree");
     ASSERT_GT(expected.size(), 10u) << "the tree should hold plenty of sets";
-    EXPECT_EQ(pathSets(Dedupe::scan({home / "tree"})), expected) << "seed " << seed;
+    EXPECT_EQ(pathSets(Dedupe::scan({home / "tree"}, home.path())), expected) << "seed " << seed;
   }
 }
 

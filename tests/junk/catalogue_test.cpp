@@ -28,7 +28,7 @@ JunkCategory& category(const JunkCategories& categories, const std::string& id) 
 }
 
 std::vector<std::string> found(const JunkTable& table, const std::string& id, const FakeHome& home) {
-  return relative(category(JunkModel::makeCategories(table), id).finder().paths, home);
+  return relative(category(JunkModel::makeCategories(table, JunkRoots::of(home.context())), id).finder({}).paths, home);
 }
 
 // What each table offers for a fully stocked home is checked through `tidewarden junk`.
@@ -36,7 +36,8 @@ TEST(SmartCleanCatalogue, EitherScanModeFindsTheSameAndEverythingButInstallersSt
   FakeHome home;
   makeMacJunkHome(home);
   for (const JunkTable* table : {&macOSJunkTable(), &linuxJunkTable()}) {
-    const auto categories = JunkModel::makeCategories(*table), sequential = JunkModel::makeCategories(*table);
+    const auto categories = JunkModel::makeCategories(*table, JunkRoots::of(home.context())),
+               sequential = JunkModel::makeCategories(*table, JunkRoots::of(home.context()));
     EXPECT_EQ(scanJunk(categories).identities, scanJunk(sequential, JunkScanMode::sequential).identities);
     for (std::size_t index = 0; index < categories.size(); ++index) {
       const JunkCategory& found = *categories[index];
@@ -52,8 +53,8 @@ TEST(SmartCleanCatalogue, AnEmptyHomeFindsNothingAndOnlyAMissingMacTrashHasANote
   FakeHome home;
   for (const bool trashFolders : {false, true}) {
     for (const JunkTable* table : {&macOSJunkTable(), &linuxJunkTable()}) {
-      for (const auto& found : JunkModel::makeCategories(*table)) {
-        const JunkFinding finding = found->finder();
+      for (const auto& found : JunkModel::makeCategories(*table, JunkRoots::of(home.context()))) {
+        const JunkFinding finding = found->finder({});
         const std::string what = table->name + " " + found->id + (trashFolders ? " with" : " without") + " Trash";
         EXPECT_TRUE(finding.paths.empty()) << what;
         EXPECT_EQ(finding.note.has_value(), !trashFolders && table == &macOSJunkTable() && found->id == "trash")
@@ -100,24 +101,26 @@ TEST(SmartCleanCatalogue, CacheFolderWalkStopsAtTheDepthLimitAndAtMatches) {
 TEST(SmartCleanCatalogue, ObserversHearOfTheScanResults) {
   FakeHome home;
   junkFile(home, "Library/Logs/app.log");
-  const auto categories = JunkModel::makeCategories(macOSJunkTable());
-  std::vector<std::string> heard;
-  category(categories, "logs").observe([&](std::string_view property) { heard.emplace_back(property); });
+  const auto categories = JunkModel::makeCategories(macOSJunkTable(), JunkRoots::of(home.context()));
+  std::vector<JunkCategoryField> heard;
+  category(categories, "logs").observe([&](const JunkCategory::Notice& change) { heard.push_back(change.field); });
   (void)scanJunk(categories);
-  EXPECT_EQ(heard, (std::vector<std::string>{"items", "note"}));
+  EXPECT_EQ(heard, (std::vector<JunkCategoryField>{JunkCategoryField::items, JunkCategoryField::note}));
 }
 
 TEST(SmartCleanCatalogue, TheEnvironmentPicksTheTableAndXdgFoldersAreHonoured) {
   FakeHome home;
   junkFile(home, "Library/Caches/mac-cache/x");
   junkFile(home, "elsewhere/linux-cache/x");
-  ::setenv("XDG_CACHE_HOME", (home / "elsewhere").c_str(), 1);
-  const auto caches = [&] { return relative(category(JunkModel::makeCategories(), "caches").finder().paths, home); };
-  ::setenv("TIDEWARDEN_JUNK_TABLE", "macos", 1);
-  EXPECT_EQ(caches(), std::vector<std::string>{"Library/Caches/mac-cache"});
-  ::setenv("TIDEWARDEN_JUNK_TABLE", "linux", 1);
-  EXPECT_EQ(caches(), std::vector<std::string>{"elsewhere/linux-cache"});
-  ::unsetenv("TIDEWARDEN_JUNK_TABLE");
+  ScopedEnvironment cacheHome("XDG_CACHE_HOME", home / "elsewhere");
+  const auto caches = [&] {
+    return relative(category(JunkModel::makeCategories(home.context()), "caches").finder({}).paths, home);
+  };
+  for (const auto& [table, expected] :
+       {std::pair{"macos", "Library/Caches/mac-cache"}, std::pair{"linux", "elsewhere/linux-cache"}}) {
+    ScopedEnvironment chosen("TIDEWARDEN_JUNK_TABLE", table);
+    EXPECT_EQ(caches(), std::vector<std::string>{expected}) << table;
+  }
   if (&platformJunkTable() != &linuxJunkTable()) GTEST_SKIP() << "checks the Linux default";
   EXPECT_EQ(caches(), std::vector<std::string>{"elsewhere/linux-cache"});
 }

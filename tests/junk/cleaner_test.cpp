@@ -25,7 +25,7 @@ TEST(SmartCleanRemoval, PathsChangedSinceScanningAreLeftAloneAndTheRunGoesOn) {
     junkFile(home, "Library/Caches/" + std::string(name));
   junkFile(home, "Library/Logs/gone.log");
   const std::int64_t otherBytes = allocatedBytes(caches + "/other");
-  const auto categories = JunkModel::makeCategories(macOSJunkTable());
+  const auto categories = JunkModel::makeCategories(macOSJunkTable(), JunkRoots::of(home.context()));
   const JunkScanResult scanned = scanJunk(categories);
   removeTree(caches + "/to-file");
   writeFile(caches + "/to-file", "not what was measured");
@@ -35,7 +35,7 @@ TEST(SmartCleanRemoval, PathsChangedSinceScanningAreLeftAloneAndTheRunGoesOn) {
 
   const std::vector<const JunkCategory*> chosen{categories.at(0).get(), categories.at(2).get()};
   ASSERT_EQ(chosen[0]->id + " " + chosen[1]->id, "caches logs");
-  const JunkCleanOutcome outcome = cleanJunk(chosen, scanned.identities);
+  const JunkCleanOutcome outcome = cleanJunk(chosen, scanned.identities, home.context());
 
   EXPECT_EQ(std::multiset<std::string>(outcome.failed.begin(), outcome.failed.end()),
             (std::multiset<std::string>{caches + "/to-file", caches + "/to-link"}))
@@ -45,7 +45,7 @@ TEST(SmartCleanRemoval, PathsChangedSinceScanningAreLeftAloneAndTheRunGoesOn) {
   EXPECT_FALSE(exists(caches + "/other"));
   EXPECT_EQ(outcome.deleted, 1);
   EXPECT_EQ(outcome.freed, otherBytes) << "only what was deleted counts";
-  const auto entries = History::entries();
+  const auto entries = home.context().history->entries();
   ASSERT_EQ(entries.size(), 1u) << "a category that deleted nothing records nothing";
   EXPECT_EQ(entries[0].name, "User Cache Files (1 item)");
   EXPECT_EQ(entries[0].bytes, otherBytes);

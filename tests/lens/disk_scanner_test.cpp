@@ -6,9 +6,9 @@
 #include <thread>
 #include <tuple>
 
+#include "fs/safe_remove.h"
 #include "lens/disk_scanner.h"
 #include "lens/lens_fixtures.h"
-#include "lens/safe_remove.h"
 #include "support/fake_home.h"
 
 namespace tw::test {

@@ -15,7 +15,7 @@
 #include <sstream>
 #include <stdexcept>
 
-#include "core/unique_fd.h"
+#include "fs/unique_fd.h"
 #include "support/fake_home.h"
 
 namespace tw::test {

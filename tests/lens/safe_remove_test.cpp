@@ -7,12 +7,12 @@
 #include <thread>
 #include <utility>
 
-#include "core/path.h"
+#include "fs/folder_walk.h"
+#include "fs/path.h"
+#include "fs/safe_remove.h"
+#include "fs/tree_remover.h"
 #include "lens/disk_scanner.h"
-#include "lens/folder_walk.h"
 #include "lens/lens_fixtures.h"
-#include "lens/safe_remove.h"
-#include "lens/tree_remover.h"
 #include "support/fake_home.h"
 
 namespace tw::test {
@@ -39,7 +39,7 @@ TEST(GuardedRemove, RefusesTheHomeFolderWhatIsDirectlyInItAndPathsThatClimbOutOr
        {home.path(), home.path() + "/", home / "top", home / "top/", home / "loose", home / "a/b/../..",
         home / "a/../a", home / "a/./b/..", home / "a/b/../../.." + outside.root, outside.root + "/inner",
         home.path() + "-sibling/a/b"}) {
-    EXPECT_FALSE(DiskScanner::remove(path)) << path;
+    EXPECT_FALSE(DiskScanner::remove(path, home.path())) << path;
   }
   for (const char* kept : {"top/file", "loose", "a/b/file"}) EXPECT_TRUE(exists(home / kept)) << kept;
   EXPECT_TRUE(outside.intact());
@@ -54,12 +54,12 @@ TEST(GuardedRemove, DeletesTreesFilesAndLinksTwoLevelsDownButNeverALinksTarget) 
   ASSERT_EQ(::symlink(outside.root.c_str(), (home / "links/outside").c_str()), 0);
   ASSERT_EQ(::symlink(outside.root.c_str(), (home / "links/tree/inner/escape").c_str()), 0);
 
-  EXPECT_TRUE(DiskScanner::remove(home / "projects/build"));
+  EXPECT_TRUE(DiskScanner::remove(home / "projects/build", home.path()));
   EXPECT_FALSE(exists(home / "projects/build"));
   EXPECT_TRUE(exists(home / "projects/keep"));
-  EXPECT_TRUE(DiskScanner::remove(home / "projects/build")) << "already gone counts as done";
+  EXPECT_TRUE(DiskScanner::remove(home / "projects/build", home.path())) << "already gone counts as done";
   for (const char* path : {"projects/keep", "links/outside", "links/tree"}) {
-    EXPECT_TRUE(DiskScanner::remove(home / path)) << path;
+    EXPECT_TRUE(DiskScanner::remove(home / path, home.path())) << path;
     EXPECT_FALSE(exists(home / path)) << path;
   }
   EXPECT_TRUE(outside.intact());

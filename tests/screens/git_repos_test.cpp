@@ -63,7 +63,7 @@ TEST(GitRepoAssessment, OffersBloatedRepositoriesAndPreselectsOnlyHugeLooseStore
   };
   for (std::size_t index = 0; index < std::size(cases); ++index) {
     const auto& [stats, footprint, badges, selected] = cases[index];
-    const auto item = GitRepos::assess(repo, git, true, stats, footprint);
+    const auto item = GitRepos::assess(repo, git, true, stats, footprint, "/home/someone");
     ASSERT_EQ(item.has_value(), !badges.empty()) << "case " << index;
     if (!item) continue;
     EXPECT_EQ(badgeTexts(*item), badges) << "case " << index;
@@ -81,8 +81,8 @@ TEST(GitRepoAssessment, OffersBloatedRepositoriesAndPreselectsOnlyHugeLooseStore
 TEST(GitRepoAssessment, DetailListsEveryFigureAndTheActionsAreGitsOwn) {
   FakeHome home;
   const std::string path = home / "code/app";
-  const auto item =
-      GitRepos::assess(path, git, true, {60'000'000, 1520, 2'000'000, 17, 4096, 3}, {70'000'000, 5000, true, false});
+  const auto item = GitRepos::assess(path, git, true, {60'000'000, 1520, 2'000'000, 17, 4096, 3},
+                                     {70'000'000, 5000, true, false}, home.path());
   ASSERT_TRUE(item.has_value());
   EXPECT_EQ(item->detail, "~/code/app \u00b7 1520 loose objects (" + byteFormatter(60'000'000) + ") \u00b7 packs " +
                               byteFormatter(2'000'000) + " \u00b7 17 already packed \u00b7 3 garbage files (" +
@@ -96,7 +96,7 @@ TEST(GitRepoAssessment, DetailListsEveryFigureAndTheActionsAreGitsOwn) {
   EXPECT_EQ(item->extra[0].label, "Prune Git LFS cache");
   EXPECT_THAT(commandsOf(item->extra[0].action), ElementsAre(ElementsAre(git, "-C", path, "lfs", "prune")));
   // Without git-lfs installed the cache is still counted, but there is nothing to prune it with.
-  const auto withoutLfs = GitRepos::assess(path, git, false, {60'000'000, 1200}, {1, 0, true, false});
+  const auto withoutLfs = GitRepos::assess(path, git, false, {60'000'000, 1200}, {1, 0, true, false}, home.path());
   EXPECT_TRUE(withoutLfs->extra.empty());
   EXPECT_EQ(withoutLfs->detail, "~/code/app \u00b7 1200 loose objects (" + byteFormatter(60'000'000) +
                                     ") \u00b7 packs " + byteFormatter(0) + " \u00b7 savings are an estimate");

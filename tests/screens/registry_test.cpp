@@ -59,7 +59,7 @@ TEST(Screens, TablesCarryTheirTitlesBarsAndJunkFlags) {
 
 TEST(Screens, PanesAreBuiltEmptyWithTheirCacheKeys) {
   QueueDispatcher queue;
-  const auto panes = Screens::makePanes(queue.dispatcher());
+  const auto panes = Screens::makePanes(queue.dispatcher(), Context{});
   ASSERT_EQ(panes.size(), 13u);
   for (const auto& [pane, model] : panes) {
     EXPECT_EQ(model->cacheKey(), std::string(rawValue(pane)));
@@ -72,11 +72,12 @@ TEST(Screens, PanesAreBuiltEmptyWithTheirCacheKeys) {
 
 TEST(SampleData, EveryScreenShowsDemonstrationGroupsWithoutTouchingTheDisk) {
   // A home that does not exist: any provider reading the disk would find nothing.
-  ::setenv("HOME", "/nonexistent/tidewarden-sample-home", 1);
-  ::setenv("TIDEWARDEN_SNAPSHOT", "1", 1);
+  const Context context =
+      Context::fromEnvironment({{"HOME", "/nonexistent/tidewarden-sample-home"}, {"TIDEWARDEN_SNAPSHOT", "1"}});
+  ASSERT_TRUE(context.sampleData);
   int selected = 0, unselected = 0;
   for (const auto& screen : Screens::all()) {
-    const ProviderResult result = Screens::effectiveProvider(screen)();
+    const ProviderResult result = Screens::effectiveProvider(screen)(context);
     ASSERT_FALSE(result.groups.empty()) << screen.title;
     for (const auto& group : result.groups) {
       for (const auto& item : group->items()) {
@@ -84,13 +85,12 @@ TEST(SampleData, EveryScreenShowsDemonstrationGroupsWithoutTouchingTheDisk) {
         ++(item.selected ? selected : unselected);
         // Sample actions never reach the file system.
         EXPECT_TRUE(std::holds_alternative<DevAction::Custom>(item.action.value));
-        EXPECT_FALSE(item.action.perform().has_value());
+        EXPECT_TRUE(item.action.perform(context).succeeded());
       }
     }
   }
   EXPECT_GT(selected, 5);
   EXPECT_GT(unselected, 5);
-  ::unsetenv("TIDEWARDEN_SNAPSHOT");
 }
 
 }  // namespace

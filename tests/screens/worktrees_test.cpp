@@ -67,14 +67,14 @@ TEST(WorktreeList, RealGitDetachedRecordsAndFoldersWhoseNamesAreNotUtf8) {
 }
 
 TEST(WorktreeItem, BadgeTonesAndFoldersThatAreGoneOrUnknownToGit) {
-  const auto gitPath = Shell::which("git");
-  if (!gitPath) GTEST_SKIP() << "git is not installed";
   FakeHome home;
+  const auto gitPath = Shell::which("git", home.context());
+  if (!gitPath) GTEST_SKIP() << "git is not installed";
   GitSandbox git;
   const std::string repo = home / "repo";
   git.initRepository(repo);
   writeFile(repo + "/dirty.txt", "x\n");
-  EXPECT_EQ(Worktrees::item({repo, "main", true, false}, repo, *gitPath, false).badges,
+  EXPECT_EQ(Worktrees::item({repo, "main", true, false}, repo, *gitPath, false, home.context()).badges,
             (std::vector<Badge>{{"main", Badge::Tone::info},
                                 {"1 uncommitted", Badge::Tone::warn},
                                 {"no remote", Badge::Tone::warn},
@@ -82,13 +82,14 @@ TEST(WorktreeItem, BadgeTonesAndFoldersThatAreGoneOrUnknownToGit) {
 
   // A folder git does not know: every command fails, nothing is counted, no date is known.
   const std::string stray = home.folder("stray");
-  const DevItem unknown = Worktrees::item({stray, std::nullopt, false, false}, repo, *gitPath, true);
+  const DevItem unknown = Worktrees::item({stray, std::nullopt, false, false}, repo, *gitPath, true, home.context());
   EXPECT_EQ(unknown.badges, (std::vector<Badge>{{"safe to remove", Badge::Tone::ok}}));
   EXPECT_THAT(unknown.detail, StartsWith("No commits \u00b7 "));
 
   // A vanished folder is pruned, whether or not git has noticed yet.
   for (const bool prunable : {false, true}) {
-    const DevItem item = Worktrees::item({home / "vanished", "vanished", false, prunable}, repo, *gitPath, true);
+    const DevItem item =
+        Worktrees::item({home / "vanished", "vanished", false, prunable}, repo, *gitPath, true, home.context());
     EXPECT_EQ(item.badges, (std::vector<Badge>{{"missing", Badge::Tone::danger}}));
     EXPECT_TRUE(item.selected);
     EXPECT_EQ(item.size, 0);

@@ -52,9 +52,20 @@ FakeHome::FakeHome()
       environment_({{"HOME", path_},
                     {"XDG_DATA_HOME", path_ + "/.local/share"},
                     {"XDG_CONFIG_HOME", path_ + "/.config"},
-                    {"XDG_CACHE_HOME", path_ + "/.cache"}}) {}
+                    {"XDG_CACHE_HOME", path_ + "/.cache"}}) {
+  const Context initial = Context::fromEnvironment(Context::processEnvironment());
+  settings_ = initial.settings;
+  history_ = initial.history;
+}
 
 FakeHome::~FakeHome() { removeTree(path_); }
+
+Context FakeHome::context() const {
+  Context context = Context::fromEnvironment(Context::processEnvironment());
+  context.settings = settings_;
+  context.history = history_;
+  return context;
+}
 
 std::string FakeHome::operator/(const std::string& relative) const { return path_ + "/" + relative; }
 

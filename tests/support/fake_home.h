@@ -2,17 +2,20 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "core/context.h"
 #include "support/scoped_environment.h"
 
 namespace tw::test {
 
 // A temporary home folder for one test: $HOME, $XDG_DATA_HOME, $XDG_CONFIG_HOME and
-// $XDG_CACHE_HOME point into it while it lives, and it is removed afterwards (folders
-// made unreadable by a test are made readable again first).
+// $XDG_CACHE_HOME point into it while it lives (so child processes use it too), and it is
+// removed afterwards (folders made unreadable by a test are made readable again first).
+// The code under test learns of it through context().
 class FakeHome {
  public:
   FakeHome();
@@ -21,6 +24,11 @@ class FakeHome {
   FakeHome& operator=(const FakeHome&) = delete;
 
   [[nodiscard]] const std::string& path() const { return path_; }
+
+  // The context of this fake home: its folders, this process's environment as it is now
+  // (so variables a test sets later, such as git's, are in it), and one settings store and
+  // history shared by every context it hands out.
+  [[nodiscard]] Context context() const;
   // An absolute path for a path relative to the fake home.
   [[nodiscard]] std::string operator/(const std::string& relative) const;
 
@@ -32,6 +40,8 @@ class FakeHome {
  private:
   std::string path_;
   ScopedEnvironment environment_;
+  std::shared_ptr<Settings> settings_;
+  std::shared_ptr<History> history_;
 };
 
 // Filesystem helpers for tests, all on absolute paths.
@@ -56,6 +66,11 @@ class TempFolder {
   TempFolder& operator=(const TempFolder&) = delete;
 
   [[nodiscard]] const std::string& path() const { return path_; }
+
+  // The context of this fake home: its folders, this process's environment as it is now
+  // (so variables a test sets later, such as git's, are in it), and one settings store and
+  // history shared by every context it hands out.
+  [[nodiscard]] Context context() const;
   [[nodiscard]] std::string operator/(const std::string& relative) const { return path_ + "/" + relative; }
 
  private:

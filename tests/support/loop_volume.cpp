@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "core/text.h"
-#include "core/unique_fd.h"
+#include "fs/unique_fd.h"
 #include "support/fake_home.h"
 
 namespace tw::test {

@@ -1,14 +1,17 @@
 #pragma once
 
+#include <functional>
+#include <optional>
 #include <string>
 
 namespace tw::test {
 
-// Makes this test process, its later threads and the programs it starts obey file
-// permissions even when it runs as root (drops the capabilities that override them), so
-// that a folder made unreadable with chmod really is unreadable. False when that is not
-// possible; the test should then skip.
-[[nodiscard]] bool enforceFilePermissions();
+// Runs `body` in a child process that obeys file permissions even as root (it drops the
+// capabilities that override them, for itself and the programs it starts), so that a
+// folder made unreadable with chmod really is unreadable there. This process keeps its
+// capabilities, so later tests in it are unaffected. Returns what the body returned, or
+// nothing when the capabilities could not be dropped (the test should then skip).
+[[nodiscard]] std::optional<std::string> withFilePermissionsEnforced(const std::function<std::string()>& body);
 
 // Makes a folder immutable while the guard lives: not even root may add, remove or rename
 // its entries. `ok()` is false (with chattr's reason) where the file system has no such flag.

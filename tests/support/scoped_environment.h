@@ -11,6 +11,8 @@ namespace tw::test {
 class ScopedEnvironment {
  public:
   explicit ScopedEnvironment(const std::map<std::string, std::optional<std::string>>& values);
+  ScopedEnvironment(const std::string& name, const std::optional<std::string>& value)
+      : ScopedEnvironment(std::map<std::string, std::optional<std::string>>{{name, value}}) {}
   ~ScopedEnvironment();
   ScopedEnvironment(const ScopedEnvironment&) = delete;
   ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;

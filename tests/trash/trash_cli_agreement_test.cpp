@@ -43,7 +43,7 @@ TEST(TrashCliAgreement, ItemsOnASecondFileSystemUseThatVolumesTrash) {
   ASSERT_TRUE(item.trashed);
   EXPECT_EQ(localTimestamp(*item.trashed, ' '), listed[0].deleted);
   EXPECT_TRUE(item.path.starts_with(volume + "/.Trash-"));
-  EXPECT_TRUE(TrashModel::isInTrash(item.path));
+  EXPECT_TRUE(TrashModel::isInTrash(item.path, home.context()));
 
   // The command line keeps to the home Trash, so `trash empty` never reaches into a disk.
   const auto cli = runTidewarden({"trash", "--json"});

@@ -88,9 +88,9 @@ inline std::vector<TrashListLine> trashList(const std::string& under) {
 
 // The Trash folders the model would find, kept to those inside `folder`: a test never
 // lists or deletes anything in a real Trash of this machine.
-inline TrashModel::DirsSource trashesUnder(const std::string& folder) {
-  return [folder] {
-    auto dirs = TrashModel::trashDirs();
+inline TrashModel::DirsSource trashesUnder(const FakeHome& home) {
+  return [folder = home.path(), context = home.context()] {
+    auto dirs = TrashModel::trashDirs(context);
     std::erase_if(dirs, [&](const TrashDir& dir) { return !dir.dir.starts_with(folder + "/"); });
     return dirs;
   };
@@ -104,7 +104,9 @@ inline void settle(TrashModel& model, QueueDispatcher& queue) {
 
 // A model of the Trash folders inside `home`, loaded and measured before the test looks.
 struct LoadedTrash {
-  explicit LoadedTrash(const FakeHome& home) : model(queue.dispatcher(), trashesUnder(home.path())) { reload(); }
+  explicit LoadedTrash(const FakeHome& home) : model(queue.dispatcher(), home.context(), trashesUnder(home)) {
+    reload();
+  }
   void reload() {
     model.load();
     settle(model, queue);

@@ -42,7 +42,7 @@ TEST(TrashModelDelete, DeletesItemsForGoodWithTheirInfoFilesAndRecordsThem) {
   EXPECT_EQ(model.message(), "Deleted 2 items, freed " + byteFormatter(expected) + ".");
   EXPECT_EQ(model.progress(), 2);
   EXPECT_EQ(model.progressTotal(), 2);
-  const auto history = History::entries();
+  const auto history = home.context().history->entries();
   ASSERT_EQ(history.size(), 2u);
   for (const auto& entry : history) {
     EXPECT_EQ(entry.category, "Trash");
@@ -79,10 +79,10 @@ TEST(TrashModelDelete, RefusesAnythingNotDirectlyInsideATrashFolderAndNeverFollo
   EXPECT_FALSE(exists(files + "/docs-link"));
   EXPECT_EQ(trash.model.progressTotal(), 1);
   EXPECT_TRUE(trash.model.message()->starts_with("Deleted 1 item, freed ")) << *trash.model.message();
-  EXPECT_FALSE(TrashModel::isInTrash(outside));
-  EXPECT_FALSE(TrashModel::isInTrash(nested));
-  EXPECT_TRUE(TrashModel::isInTrash(files + "/folder"));
-  EXPECT_EQ(History::entries().size(), 1u);
+  EXPECT_FALSE(TrashModel::isInTrash(outside, home.context()));
+  EXPECT_FALSE(TrashModel::isInTrash(nested, home.context()));
+  EXPECT_TRUE(TrashModel::isInTrash(files + "/folder", home.context()));
+  EXPECT_EQ(home.context().history->entries().size(), 1u);
 }
 
 // Root may delete anything, so the body runs as "nobody" with one item owned by root.
@@ -96,7 +96,7 @@ TEST(TrashModelDelete, ItemsThatNeedMoreRightsAreCollectedForTheAdministrator) {
     ASSERT_EQ(::lchown(roots.c_str(), 0, 0), 0);
   }
   ASSERT_EQ(::chmod(roots.c_str(), 0755), 0);
-  const bool canElevate = Shell::which("pkexec").has_value();
+  const bool canElevate = Shell::which("pkexec", home.context()).has_value();
 
   const int outcome = asNobody([&] {
     LoadedTrash trash(home);

@@ -46,12 +46,14 @@ TEST(TrashModelLoad, MeasuresFoldersInTheBackgroundAndAnnouncesIt) {
   const std::string folder = homeTrashFiles(home) + "/build";
   for (int i = 0; i < 5; ++i) writeFilledFile(folder + "/part" + std::to_string(i), 20'000);
   QueueDispatcher queue;
-  TrashModel model(queue.dispatcher(), trashesUnder(home.path()));
-  std::vector<std::string> changes;
+  TrashModel model(queue.dispatcher(), home.context(), trashesUnder(home));
+  std::vector<TrashField> changes;
   const auto owner = std::this_thread::get_id();
   bool offThread = false;
-  model.observe([&](std::string_view property) {
-    changes.emplace_back(property);
+  std::vector<std::size_t> sizedRows;
+  model.observe([&](const TrashModel::Notice& change) {
+    changes.push_back(change.field);
+    if (change.field == TrashField::items) sizedRows.insert(sizedRows.end(), change.rows.begin(), change.rows.end());
     offThread = offThread || std::this_thread::get_id() != owner;
   });
 
@@ -66,9 +68,10 @@ TEST(TrashModelLoad, MeasuresFoldersInTheBackgroundAndAnnouncesIt) {
   EXPECT_EQ(build.freeable, build.size);
   EXPECT_FALSE(offThread) << "observers must only be called on the owner's thread";
   // Published unsized first, then measured: sizing went on and off again.
-  EXPECT_EQ(std::count(changes.begin(), changes.end(), "sizing"), 2);
-  EXPECT_LT(std::find(changes.begin(), changes.end(), "loaded") - changes.begin(),
-            std::find(changes.begin(), changes.end(), "sizing") - changes.begin());
+  EXPECT_EQ(std::count(changes.begin(), changes.end(), TrashField::sizing), 2);
+  EXPECT_LT(std::find(changes.begin(), changes.end(), TrashField::loaded) - changes.begin(),
+            std::find(changes.begin(), changes.end(), TrashField::sizing) - changes.begin());
+  EXPECT_EQ(sizedRows, std::vector<std::size_t>{0}) << "the measured size is announced for its row";
 }
 
 TEST(TrashModelLoad, SelectionKeepsOnlyPathsThatAreStillThere) {
@@ -140,7 +143,7 @@ TEST(TrashModelLoad, ResultsArrivingAfterTheModelIsGoneAreDropped) {
     });
   };
   {
-    TrashModel model(counting, trashesUnder(home.path()));
+    TrashModel model(counting, home.context(), trashesUnder(home));
     model.load();
     ASSERT_TRUE(queue.runUntil([&] { return model.loaded(); }, std::chrono::seconds{30}));
     ASSERT_TRUE(model.sizing());

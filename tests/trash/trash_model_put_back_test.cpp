@@ -40,7 +40,7 @@ TEST(TrashModelPutBack, IgnoresItemsOutsideTheTrash) {
   fake.name = "a.txt";
   fake.origin = home / "Elsewhere/a.txt";
 
-  const PutBackResult result = putBackItems({fake}, TrashModel::trashDirs());
+  const PutBackResult result = putBackItems({fake}, TrashModel::trashDirs(home.context()), home.context());
 
   EXPECT_TRUE(exists(outside));
   EXPECT_FALSE(exists(home / "Elsewhere/a.txt"));

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <ctime>
 
+#include "fs/trashinfo_writer.h"
 #include "support/scoped_environment.h"
 #include "trash/trashinfo.h"
 

@@ -1,0 +1,103 @@
+#include "core/removal_service.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+
+#include "core/concurrent.h"
+#include "core/format.h"
+#include "core/history.h"
+#include "core/sizes.h"
+
+namespace tw {
+namespace {
+
+constexpr std::size_t failuresShown = 3;
+
+bool allPlainDeletions(const std::vector<RemovalItem>& items) {
+  return std::all_of(items.begin(), items.end(), [](const RemovalItem& item) { return item.plainDeletion; });
+}
+
+ActionOutcome removeOne(const Context& context, const RemovalItem& item, std::size_t index,
+                        const RemovalOptions& options) {
+  if (context.stopRequested()) return ActionOutcome::cancellation();
+  if (options.starting) options.starting(index);
+  ActionOutcome outcome = item.remove ? item.remove(context) : ActionOutcome::success();
+  if (options.finished) options.finished->fetch_add(1, std::memory_order_relaxed);
+  return outcome;
+}
+
+std::vector<HistoryRecord> historyRecords(const std::vector<RemovalItem>& items, const RemovalReport& report,
+                                          const RemovalOptions& options) {
+  std::vector<HistoryRecord> records;
+  if (!options.category) return records;
+  if (options.batchName) {
+    const std::size_t done = report.count(ActionOutcome::Status::done);
+    if (done > 0) records.push_back({*options.category, options.batchName(done), report.freed, options.batchRestore});
+    return records;
+  }
+  for (std::size_t index = 0; index < items.size(); ++index) {
+    const ActionOutcome& outcome = report.outcomes[index];
+    if (outcome.status == ActionOutcome::Status::done) {
+      records.push_back({*options.category, items[index].name, outcome.freed, items[index].restore});
+    }
+  }
+  return records;
+}
+
+}  // namespace
+
+RemovalItem RemovalItem::of(const DevItem& item, const std::optional<DevAction>& override) {
+  RemovalItem removal;
+  removal.name = item.name;
+  removal.restore = item.restoreHint;
+  const DevAction action = override ? *override : item.action;
+  removal.plainDeletion = !override && std::holds_alternative<DevAction::RemovePaths>(action.value);
+  const std::int64_t freeable = override ? 0 : item.freeable.value_or(0);
+  removal.remove = [action, freeable](const Context& context) {
+    ActionOutcome outcome = action.perform(context);
+    if (outcome.succeeded()) outcome = ActionOutcome::success(freeable);
+    return outcome;
+  };
+  return removal;
+}
+
+std::size_t RemovalReport::count(ActionOutcome::Status status) const {
+  return static_cast<std::size_t>(std::count_if(
+      outcomes.begin(), outcomes.end(), [status](const ActionOutcome& outcome) { return outcome.status == status; }));
+}
+
+std::string RemovalReport::summary(const std::vector<RemovalItem>& items) const {
+  std::vector<std::string> failures;
+  for (std::size_t index = 0; index < outcomes.size(); ++index) {
+    if (const auto error = outcomes[index].error()) failures.push_back(items[index].name + ": " + *error);
+  }
+  std::string message = freed < 1 ? std::string("Done.") : fmt::format("Freed {}.", byteFormatter(freed));
+  if (failures.empty()) return message;
+  const auto shown = std::vector<std::string>(
+      failures.begin(), failures.begin() + static_cast<std::ptrdiff_t>(std::min(failures.size(), failuresShown)));
+  return fmt::format("{} {} failed: {}", message, failures.size(), fmt::join(shown, " · "));
+}
+
+RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>& items,
+                          const RemovalOptions& options) {
+  RemovalReport report;
+  report.outcomes.resize(items.size());  // each slot written once
+  const auto perform = [&](std::size_t index) {
+    report.outcomes[index] = removeOne(context, items[index], index, options);
+  };
+  if (!options.oneAtATime && allPlainDeletions(items)) {
+    concurrentPerform(items.size(), perform);
+  } else {
+    for (std::size_t index = 0; index < items.size(); ++index) perform(index);
+  }
+  for (const auto& outcome : report.outcomes) {
+    if (outcome.status == ActionOutcome::Status::done) report.freed = saturatingAdd(report.freed, outcome.freed);
+  }
+  // One write for the whole batch: recording item by item would rewrite the log each time.
+  if (context.history) context.history->record(historyRecords(items, report, options));
+  return report;
+}
+
+}  // namespace tw
