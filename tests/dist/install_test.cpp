@@ -6,13 +6,12 @@
 #include "core/version.h"
 #include "dist/dist_paths.h"
 #include "support/fake_home.h"
+#include "support/programs.h"
 
 namespace tw::test {
 namespace {
 
 const std::vector<int> iconSizes{16, 24, 32, 48, 64, 128, 256, 512};
-
-bool installed(const std::string& program) { return runProcess({"sh", "-c", "command -v " + program}).code == 0; }
 
 // Every file under `root`, relative to it.
 std::set<std::string> filesUnder(const std::string& root) {
@@ -98,7 +97,7 @@ TEST_F(Installation, TheDesktopEntryStartsTheWindowAndPassesItsValidator) {
   EXPECT_NE(entry.find("\nExec=tidewarden\n"), std::string::npos) << "a bare start opens the window";
   EXPECT_NE(entry.find("\nIcon=tidewarden\n"), std::string::npos);
 
-  if (!installed("desktop-file-validate")) GTEST_SKIP() << "desktop-file-validate is not installed";
+  if (!isInstalled("desktop-file-validate")) GTEST_SKIP() << "desktop-file-validate is not installed";
   const auto validated =
       runProcess({"desktop-file-validate", root_ / "usr/local/share/applications/tidewarden.desktop"});
   EXPECT_EQ(validated.code, 0);
@@ -112,7 +111,7 @@ TEST_F(Installation, TheAppStreamMetadataNamesThisVersionAndPassesItsValidator) 
   EXPECT_NE(metadata.find("<launchable type=\"desktop-id\">tidewarden.desktop</launchable>"), std::string::npos);
   EXPECT_NE(metadata.find("<binary>tidewarden</binary>"), std::string::npos);
 
-  if (!installed("appstreamcli")) GTEST_SKIP() << "appstreamcli is not installed";
+  if (!isInstalled("appstreamcli")) GTEST_SKIP() << "appstreamcli is not installed";
   const auto validated = runProcess({"appstreamcli", "validate", "--no-net", "--explain", path});
   EXPECT_EQ(validated.code, 0) << validated.out << validated.err;
   EXPECT_EQ(validated.out.find("W:"), std::string::npos) << validated.out;

@@ -9,6 +9,7 @@
 #include "core/version.h"
 #include "dist/dist_paths.h"
 #include "support/fake_home.h"
+#include "support/programs.h"
 
 namespace tw::test {
 namespace {
@@ -107,7 +108,7 @@ TEST(ManPage, CarriesTheProgramsVersionAndFormatsWithoutWarnings) {
   EXPECT_NE(heading.find("\"Tidewarden " + std::string(tw::version) + "\""), std::string::npos) << heading;
   EXPECT_EQ(manual.find('@'), std::string::npos) << "a placeholder was left unfilled";
 
-  if (runProcess({"sh", "-c", "command -v man"}).code != 0) GTEST_SKIP() << "man is not installed";
+  if (!isInstalled("man")) GTEST_SKIP() << "man is not installed";
   // The check Debian's lintian runs on every manual page.
   const auto rendered =
       runProcess({"man", "--warnings", "-E", "UTF-8", "-l", "-Tutf8", "-Z", buildPath("dist/tidewarden.1")},

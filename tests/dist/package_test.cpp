@@ -6,11 +6,10 @@
 #include "core/version.h"
 #include "dist/dist_paths.h"
 #include "support/fake_home.h"
+#include "support/programs.h"
 
 namespace tw::test {
 namespace {
-
-bool installed(const std::string& program) { return runProcess({"sh", "-c", "command -v " + program}).code == 0; }
 
 std::string trimmed(std::string text) {
   while (!text.empty() && (text.back() == '\n' || text.back() == ' ')) text.pop_back();
@@ -28,7 +27,7 @@ class DebianPackage : public ::testing::Test {
  protected:
   void SetUp() override {
     for (const char* tool : {"dpkg-deb", "dpkg-shlibdeps", "file"}) {
-      if (!installed(tool)) GTEST_SKIP() << tool << " is not installed; it is needed to build the package";
+      if (!isInstalled(tool)) GTEST_SKIP() << tool << " is not installed; it is needed to build the package";
     }
     const auto packed =
         runProcess({TIDEWARDEN_CPACK, "-G", "DEB", "--config", buildPath("CPackConfig.cmake"), "-B", work_.path()});
@@ -80,7 +79,7 @@ TEST_F(DebianPackage, UnpacksUnderUsrAndTheProgramRunsFromThere) {
 }
 
 TEST_F(DebianPackage, LintianFindsNoErrorsOrWarnings) {
-  if (!installed("lintian")) GTEST_SKIP() << "lintian is not installed";
+  if (!isInstalled("lintian")) GTEST_SKIP() << "lintian is not installed";
   const auto checked = runProcess({"lintian", "--no-cfg", "--display-info", deb_});
   // Every finding is printed, so the informational ones show in the test log too.
   std::cout << checked.out;

@@ -7,7 +7,7 @@ zmodload zsh/zpty || exit 2
 folder=$1
 shift
 candidates=$folder/candidates
-zpty shell zsh -f -i
+zpty shell zsh -f -i || exit 3  # no pseudo-terminal to be had
 zpty -w shell "PROMPT= ; bindkey -e; fpath=(${(q)folder} \$fpath); autoload -Uz compinit; compinit -u -D"
 # Every completion ends in compadd; this one also writes down what it adds.
 zpty -w shell 'compadd() {

@@ -12,12 +12,12 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "support/programs.h"
+
 extern char** environ;
 
 namespace tw::test {
 namespace {
-
-bool onPath(const std::string& program) { return runProcess({"sh", "-c", "command -v " + program}).code == 0; }
 
 // The first line the server prints, its port; waits at most ten seconds.
 int readPort(int fd) {
@@ -34,8 +34,8 @@ int readPort(int fd) {
 }  // namespace
 
 std::optional<std::string> HttpsFeedServer::unavailableReason() {
-  if (!onPath("python3")) return "python3 is not installed; it serves the test feed";
-  if (!onPath("openssl")) return "openssl is not installed; it makes the test certificate";
+  if (!isInstalled("python3")) return "python3 is not installed; it serves the test feed";
+  if (!isInstalled("openssl")) return "openssl is not installed; it makes the test certificate";
   return std::nullopt;
 }
 
