@@ -9,12 +9,6 @@
 namespace tw::CLI {
 namespace {
 
-struct Grammar {
-  std::set<std::string> flags;
-  std::set<std::string> options;
-  std::size_t maxPositional;
-};
-
 const std::map<std::string, Grammar>& builtInGrammars() {
   static const std::map<std::string, Grammar> grammars{
       {"help", {{"json"}, {}, 0}},
@@ -88,6 +82,12 @@ std::set<std::string> commands() {
   for (const auto& [name, grammar] : builtInGrammars()) names.insert(name);
   for (const auto& [name, provider] : providers()) names.insert(name);
   return names;
+}
+
+std::optional<Grammar> grammar(const std::string& word) {
+  if (const auto found = builtInGrammars().find(word); found != builtInGrammars().end()) return found->second;
+  if (providers().contains(word)) return screenGrammar;
+  return std::nullopt;
 }
 
 const std::string& usage() {

@@ -57,6 +57,17 @@ class Flag {
 // Runs one command line against the world the context describes.
 [[nodiscard]] int run(const std::vector<std::string>& arguments, const Context& context);
 
+// What a command word accepts: flags (on/off words), options (words that take a value) and
+// how many bare words may follow.
+struct Grammar {
+  std::set<std::string> flags;
+  std::set<std::string> options;
+  std::size_t maxPositional;
+};
+
+// The grammar of a command word or screen name; nothing for a word that is neither.
+[[nodiscard]] std::optional<Grammar> grammar(const std::string& word);
+
 [[nodiscard]] const std::string& usage();
 [[nodiscard]] const std::map<std::string, Provider>& providers();
 [[nodiscard]] std::set<std::string> commands();
