@@ -8,6 +8,7 @@
 
 #include "cli/cli.h"
 #include "support/fake_home.h"
+#include "support/programs.h"
 
 extern char** environ;
 
@@ -37,7 +38,7 @@ TerminalRun runWithTerminalStandardError(std::vector<std::string> arguments) {
   posix_spawn_file_actions_adddup2(&actions, out[1], 1);
   posix_spawn_file_actions_adddup2(&actions, terminal, 2);
   posix_spawn_file_actions_addclose(&actions, controller);
-  arguments.insert(arguments.begin(), TIDEWARDEN_BINARY);
+  arguments.insert(arguments.begin(), test::tidewardenBinary());
   std::vector<char*> argv;
   for (auto& argument : arguments) argv.push_back(argument.data());
   argv.push_back(nullptr);

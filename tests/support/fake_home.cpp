@@ -1,4 +1,5 @@
 #include "support/fake_home.h"
+#include "support/programs.h"
 
 #include <fcntl.h>
 #include <spawn.h>
@@ -205,7 +206,7 @@ RunResult runProcess(const std::vector<std::string>& command,
 RunResult runTidewarden(const std::vector<std::string>& arguments,
                         const std::map<std::string, std::optional<std::string>>& environment,
                         const std::string& workingDirectory) {
-  std::vector<std::string> command{TIDEWARDEN_BINARY};
+  std::vector<std::string> command{tidewardenBinary()};
   command.insert(command.end(), arguments.begin(), arguments.end());
   auto env = environment;
   // Children see this process's (fake) home unless a test says otherwise.

@@ -23,6 +23,7 @@
 #include "core/dispatcher.h"
 #include "core/text.h"
 #include "support/fake_home.h"
+#include "support/programs.h"
 #include "trash/trash_model.h"
 
 namespace tw::test {
@@ -159,7 +160,8 @@ inline void giveToNobody(const std::string& path) {
 // Runs the command as "nobody" when this test runs as root, otherwise as this user.
 inline RunResult runTidewardenUnprivileged(const std::vector<std::string>& args) {
   if (::getuid() != 0) return runTidewarden(args);
-  std::vector<std::string> command{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", TIDEWARDEN_BINARY};
+  std::vector<std::string> command{"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups",
+                                   test::tidewardenBinary()};
   command.insert(command.end(), args.begin(), args.end());
   return runProcess(command);
 }
