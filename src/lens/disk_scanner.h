@@ -9,13 +9,13 @@
 #include <set>
 #include <stop_token>
 #include <string>
-#include <unordered_map>
 #include <unordered_set>
 #include <utility>
 #include <vector>
 
 #include "core/context.h"
 #include "fs/file_identity.h"
+#include "fs/unique_fd.h"
 #include "fs/usage.h"
 
 namespace tw {
@@ -85,29 +85,41 @@ class DiskScanner {
   [[nodiscard]] bool cancelled() const { return cancelled_.load(); }
 
  private:
+  struct FolderState;
+  struct SharedFd;
   // A folder waiting to be listed, with what its parent learned about the file system.
+  // While the parent's descriptor is still open the folder is opened relative to it, so
+  // the kernel does not walk the whole path again for every folder.
   struct Pending {
     FSNode* node;
+    FolderState* state;
     std::string path;
+    std::shared_ptr<const SharedFd> parentFd;  // empty: open by path
     std::uint64_t parentDevice;
     bool sharesExtents;
   };
   void work();
-  void process(const Pending& folder);
-  void complete(FSNode* node);
+  // Lists one folder; `next` receives one of its subfolders for this worker to go on with.
+  void process(Pending& folder, std::optional<Pending>& next);
+  [[nodiscard]] UniqueFd open(const Pending& folder) const;
+  // Hands the subfolders this worker will not walk itself to the others.
+  void share(std::vector<Pending>& subfolders, const std::string& path);
+  // One part of a folder is done (its own listing, or a subfolder); the last one completes it.
+  void release(FolderState* state);
+  void complete(FolderState* state);
   // True the first time a multiply-linked file is met in this scan.
   bool firstSighting(const FileIdentity& file);
 
   std::set<std::string> skip_;
-  mutable std::mutex mutex_;  // guards everything below up to linkLock_, except the atomics
+  mutable std::mutex mutex_;  // guards the stack, the waiting workers and current_
   std::condition_variable cond_;
   std::vector<Pending> stack_;
+  std::size_t waiting_ = 0;
   bool finished_ = false;
+  std::string current_;
   std::atomic<std::int64_t> items_{0};
   std::atomic<std::int64_t> bytes_{0};
-  std::string current_;
-  std::unordered_map<const FSNode*, std::int64_t> pending_;
-  std::unordered_map<const FSNode*, std::int64_t> ownCount_;
+  std::atomic<int> sharedFds_{0};
   std::mutex linkLock_;  // guards seenLinks_ only; never held together with mutex_
   std::unordered_set<FileIdentity> seenLinks_;
   std::atomic<bool> cancelled_{false};
