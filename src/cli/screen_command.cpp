@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "core/format.h"
 #include "core/history.h"
+#include "core/perform_in_order.h"
 #include "screens/registry.h"
 
 namespace tw::CLI {
@@ -166,14 +167,17 @@ int clean(const std::string& screen, const ProviderResult& result, const Args& a
   busy(
       args.json(), [&] { return std::to_string(finished.load()) + "/" + std::to_string(items.size()); }, "Cleaning",
       [&] {
-        for (const auto& item : items) {
-          if (const auto error = item.action.perform()) {
-            failures.push_back({item.name, *error});
+        std::vector<DevAction> actions;
+        for (const auto& item : items) actions.push_back(item.action);
+        const auto errors = performInOrder(actions, [&](std::size_t count) { finished = count; });
+        for (std::size_t index = 0; index < items.size(); ++index) {
+          const DevItem& item = items[index];
+          if (errors[index]) {
+            failures.push_back({item.name, *errors[index]});
           } else {
             freed += item.freeable.value_or(0);
             History::record("Developer", item.name, item.freeable.value_or(0), item.restoreHint);
           }
-          ++finished;
         }
       });
   const std::size_t done = items.size() - failures.size();

@@ -13,4 +13,12 @@ namespace tw {
 // or "Cancelled" when it reports none (as when the password prompt is dismissed).
 [[nodiscard]] std::optional<std::string> runAppleScript(const std::string& script);
 
+struct AppleScriptResult {
+  std::string output;                // the script's result as osascript prints it
+  std::optional<std::string> error;  // as runAppleScript reports it
+};
+
+// The same, keeping what the script returned.
+[[nodiscard]] AppleScriptResult runAppleScriptCapturing(const std::string& script);
+
 }  // namespace tw

@@ -18,10 +18,12 @@ std::string appleScriptEscaped(const std::string& text) {
   return escaped;
 }
 
-std::optional<std::string> runAppleScript(const std::string& script) {
+std::optional<std::string> runAppleScript(const std::string& script) { return runAppleScriptCapturing(script).error; }
+
+AppleScriptResult runAppleScriptCapturing(const std::string& script) {
   // Prompts can wait for the user for a long time.
-  const auto result = Shell::run("/usr/bin/osascript", {"-e", script}, 1800);
-  if (result.code == 0) return std::nullopt;
+  auto result = Shell::run("/usr/bin/osascript", {"-e", script}, 1800);
+  if (result.code == 0) return {std::move(result.out), std::nullopt};
   std::string message = trimmed(result.err);
   // osascript prefixes "execution error: " and appends the error number in brackets.
   if (const auto colon = message.find("execution error: "); colon != std::string::npos) {
@@ -30,8 +32,9 @@ std::optional<std::string> runAppleScript(const std::string& script) {
   if (const auto number = message.rfind(" ("); number != std::string::npos && message.ends_with(")")) {
     message = message.substr(0, number);
   }
-  if (message.empty() || message.find("User canceled") != std::string::npos) return "Cancelled";
-  return message;
+  if (message.empty() || message.find("User canceled") != std::string::npos)
+    return {std::move(result.out), "Cancelled"};
+  return {std::move(result.out), message};
 }
 
 }  // namespace tw

@@ -1,9 +1,9 @@
 #include <sys/stat.h>
 
+#include "core/admin_batch.h"
 #include "core/dev_item.h"
 #include "core/dev_safety.h"
 #include "core/path.h"
-#include "core/privileged.h"
 #include "core/shell.h"
 #include "core/text.h"
 #include "core/trash_mover.h"

@@ -8,6 +8,7 @@
 #include "core/dev_pane.h"
 #include "core/format.h"
 #include "core/history.h"
+#include "core/perform_in_order.h"
 
 namespace tw {
 namespace {
@@ -26,22 +27,23 @@ bool onlyDirectRemovals(const std::vector<DevItem>& items) {
 std::vector<std::optional<std::string>> performAll(const std::vector<DevItem>& items,
                                                    const std::optional<DevAction>& override,
                                                    const std::function<void(int)>& finished) {
+  // Password prompts, Trash moves and tool commands run one at a time, in the given order,
+  // with one prompt for all administrator commands.
+  if (override || !onlyDirectRemovals(items)) {
+    std::vector<DevAction> actions;
+    actions.reserve(items.size());
+    for (const auto& item : items) actions.push_back(override ? *override : item.action);
+    return performInOrder(actions, [&](std::size_t count) { finished(static_cast<int>(count)); });
+  }
+  // Plain deletions may run side by side.
   std::vector<std::optional<std::string>> errors(items.size());  // each slot written once
   std::mutex countLock;
   int count = 0;
-  const auto performOne = [&](std::size_t index) {
-    const DevAction& action = override ? *override : items[index].action;
-    errors[index] = action.perform();
+  concurrentPerform(items.size(), [&](std::size_t index) {
+    errors[index] = items[index].action.perform();
     std::lock_guard lock(countLock);  // reporting under the lock keeps the counts in order
     finished(++count);
-  };
-  // Plain deletions may run side by side; password prompts, Trash moves and tool commands
-  // run one at a time, in the given order.
-  if (!override && onlyDirectRemovals(items)) {
-    concurrentPerform(items.size(), performOne);
-  } else {
-    for (std::size_t index = 0; index < items.size(); ++index) performOne(index);
-  }
+  });
   return errors;
 }
 

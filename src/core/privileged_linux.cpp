@@ -12,14 +12,16 @@ constexpr int pkexecNotAuthorized = 126;
 
 }  // namespace
 
-std::optional<std::string> runAsAdministrator(const std::string& command) {
+PrivilegedRun runShellAsAdministrator(const std::string& script, const std::vector<std::string>& arguments) {
   const auto pkexec = Shell::which("pkexec");
-  if (!pkexec) return "Administrator actions need pkexec (policykit), which isn't installed.";
-  const auto result = Shell::run(*pkexec, {"/bin/sh", "-c", command}, adminTimeout);
-  if (result.code == 0) return std::nullopt;
+  if (!pkexec) return {"", "Administrator actions need pkexec (policykit), which isn't installed."};
+  std::vector<std::string> command{"/bin/sh", "-c", script};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  auto result = Shell::run(*pkexec, command, adminTimeout);
+  if (result.code == 0) return {std::move(result.out), std::nullopt};
   const std::string message = trimmed(result.err);
-  if (result.code == pkexecNotAuthorized || message.empty()) return "Cancelled";
-  return message;
+  if (result.code == pkexecNotAuthorized || message.empty()) return {std::move(result.out), "Cancelled"};
+  return {std::move(result.out), message};
 }
 
 }  // namespace tw
