@@ -75,6 +75,10 @@ class DiskScanner {
   DiskScanner(const DiskScanner&) = delete;
   DiskScanner& operator=(const DiskScanner&) = delete;
 
+  // Leaves out every folder on another file system than the scanned folder (disks mounted
+  // inside it): such a folder is neither entered nor counted. Call before scan().
+  void stayOnFileSystem() { stayOnFileSystem_ = true; }
+
   // Blocks until the tree is complete. One scan per scanner.
   [[nodiscard]] std::unique_ptr<FSNode> scan(const std::string& path);
 
@@ -109,7 +113,9 @@ class DiskScanner {
   bool firstSighting(const LinkKey& key);
 
   std::set<std::string> skip_;
-  mutable std::mutex mutex_;  // guards everything below up to linkLock_, except the atomics
+  bool stayOnFileSystem_ = false;
+  std::uint64_t rootDevice_ = 0;  // written while the root is listed, before any other folder
+  mutable std::mutex mutex_;      // guards everything below up to linkLock_, except the atomics
   std::condition_variable cond_;
   std::vector<Pending> stack_;
   bool finished_ = false;
