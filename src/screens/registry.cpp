@@ -7,9 +7,12 @@
 #include "core/sample_mode.h"
 #include "dedupe/dedupe.h"
 #include "screens/git_repos.h"
+#include "screens/large_files.h"
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"
+#include "screens/system_data.h"
+#include "screens/uninstaller.h"
 #include "screens/worktrees.h"
 
 extern char** environ;
@@ -30,16 +33,6 @@ constexpr PaneName paneNames[] = {
     {Pane::ide, "ide"},           {Pane::docker, "docker"},         {Pane::ai, "ai"},
     {Pane::dedupe, "dedupe"},     {Pane::history, "history"},
 };
-
-std::map<std::string, std::string> processEnvironment() {
-  std::map<std::string, std::string> env;
-  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-    const std::string_view text(*entry);
-    const std::size_t equals = text.find('=');
-    if (equals != std::string_view::npos) env.emplace(text.substr(0, equals), text.substr(equals + 1));
-  }
-  return env;
-}
 
 std::vector<DevScreen> makeCleanup() {
   using Bar = DevScreen::Bar;
@@ -107,6 +100,16 @@ std::vector<DevScreen> makeDeveloper() {
 }
 
 }  // namespace
+
+std::map<std::string, std::string> processEnvironment() {
+  std::map<std::string, std::string> env;
+  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    const std::string_view text(*entry);
+    const std::size_t equals = text.find('=');
+    if (equals != std::string_view::npos) env.emplace(text.substr(0, equals), text.substr(equals + 1));
+  }
+  return env;
+}
 
 const std::vector<Pane>& allPanes() {
   static const std::vector<Pane> panes = [] {

@@ -66,6 +66,10 @@ struct Screens {
   [[nodiscard]] static std::map<Pane, std::shared_ptr<DevPane>> makePanes(const Dispatcher& dispatcher);
 };
 
+// This process's environment as a map: what providers that take their inputs as arguments
+// are given.
+[[nodiscard]] std::map<std::string, std::string> processEnvironment();
+
 // The note of a screen whose scanner this build does not have yet.
 inline constexpr const char* unavailableScreenNote = "This screen isn't available in this build yet.";
 

@@ -8,51 +8,20 @@
 #include "core/perform_in_order.h"
 #include "core/shell.h"
 #include "support/fake_home.h"
+#include "support/stand_in_tools.h"
 
 namespace tw::test {
 namespace {
 
-// A stand-in pkexec in the fake home: it counts its calls, records its arguments (each
-// ended by a NUL) and runs the program without a prompt, or refuses as a dismissed prompt
-// does when ~/deny exists.
-class StandInPkexec {
- public:
-  StandInPkexec() {
-    writeExecutable(home / ".local/bin/pkexec",
-                    "#!/bin/sh\n"
-                    "echo call >> \"$HOME/pkexec-calls\"\n"
-                    "for word do printf '%s\\0' \"$word\"; done > \"$HOME/pkexec-args\"\n"
-                    "[ -e \"$HOME/deny\" ] && exit 126\n"
-                    "exec \"$@\"\n");
-  }
-
-  [[nodiscard]] bool usable() const { return Shell::which("pkexec") == home / ".local/bin/pkexec"; }
-
-  [[nodiscard]] std::size_t calls() const {
-    return exists(home / "pkexec-calls") ? splitLines(readFile(home / "pkexec-calls")).size() : 0;
-  }
-
-  [[nodiscard]] std::vector<std::string> lastArguments() const {
-    std::vector<std::string> words;
-    const std::string text = readFile(home / "pkexec-args");
-    std::size_t start = 0;
-    for (std::size_t end = text.find('\0'); end != std::string::npos; end = text.find('\0', start)) {
-      words.push_back(text.substr(start, end - start));
-      start = end + 1;
-    }
-    return words;
-  }
-
+// A stand-in pkexec in the fake home's tool folder, which Shell::which searches.
+struct StandInPkexec {
   FakeHome home;
+  std::string bin = home.folder(".local/bin");
+  std::string path = writeStandInPkexec(bin);
 
- private:
-  static std::vector<std::string> splitLines(const std::string& text) {
-    std::vector<std::string> lines;
-    for (std::size_t start = 0, end; (end = text.find('\n', start)) != std::string::npos; start = end + 1) {
-      lines.push_back(text.substr(start, end - start));
-    }
-    return lines;
-  }
+  [[nodiscard]] bool usable() const { return Shell::which("pkexec") == path; }
+  [[nodiscard]] std::size_t calls() const { return standInCalls(path).size(); }
+  [[nodiscard]] std::vector<std::string> lastArguments() const { return standInPkexecArguments(bin); }
 };
 
 #define SKIP_WITHOUT_STAND_IN(pkexec) \
@@ -86,7 +55,7 @@ TEST(AdminBatch, RunsEveryCommandInOnePrivilegedCallAndReportsEachOutcome) {
 TEST(AdminBatch, ADismissedPromptCancelsEveryCommandAndRunsNone) {
   StandInPkexec pkexec;
   SKIP_WITHOUT_STAND_IN(pkexec);
-  writeFile(pkexec.home / "deny", "");
+  writeFile(pkexec.path + ".deny", "");
   const auto marker = pkexec.home / "ran";
   EXPECT_EQ(runAllAsAdministrator({"touch '" + marker + "'", "true"}),
             (std::vector<std::optional<std::string>>{"Cancelled", "Cancelled"}));
