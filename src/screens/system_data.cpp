@@ -1,7 +1,5 @@
 #include "screens/system_data.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <set>
 
@@ -11,10 +9,10 @@
 #include "core/measure.h"
 #include "core/path.h"
 #include "core/shell.h"
-#include "dedupe/stat_times.h"
 #include "lens/disk_scanner.h"
 #include "screens/admin_command.h"
 #include "screens/flatpak_tool.h"
+#include "screens/folder_entries.h"
 #include "screens/pending_items.h"
 #include "screens/places.h"
 #include "screens/registry.h"
@@ -35,22 +33,6 @@ struct Gathered {
   std::vector<DevGroupPtr> groups;
   std::vector<std::string> unchecked;  // "snaps (snapd isn't running)"
 };
-
-struct Listed {
-  std::string name;
-  std::string path;
-  bool isDir = false;
-};
-
-std::vector<Listed> entriesOf(const std::string& folder) {
-  std::vector<Listed> found;
-  if (folder.empty()) return found;
-  if (const auto entries = DiskScanner::list(folder)) {
-    for (const auto& entry : *entries) found.push_back({entry.name, joinPath(folder, entry.name), entry.isDir});
-  }
-  std::sort(found.begin(), found.end(), [](const Listed& a, const Listed& b) { return a.name < b.name; });
-  return found;
-}
 
 void addGroup(Gathered& gathered, const std::string& id, const std::string& title, const std::string& subtitle,
               const std::string& icon, std::vector<PendingItem> items) {
@@ -101,7 +83,7 @@ void gatherPackageCache(const SystemDataTable::PackageCache& table, Gathered& ga
   if (!toolFor(gathered, "apt-get", "the package cache")) return;
   const std::string archives = gathered.places.expand(table.archives);
   PendingItem pending;
-  for (const auto& entry : entriesOf(archives)) {
+  for (const auto& entry : entriesByName(archives)) {
     if (!entry.isDir && entry.name.ends_with(".deb")) pending.measured.push_back(entry.path);
   }
   if (pending.measured.empty()) return;
@@ -118,7 +100,7 @@ void gatherPackageCache(const SystemDataTable::PackageCache& table, Gathered& ga
 
 // --- snapd's disabled revisions and saved snapshots ---
 
-std::vector<std::string> filesNamed(const std::vector<Listed>& files, const std::string& prefix,
+std::vector<std::string> filesNamed(const std::vector<FolderEntry>& files, const std::string& prefix,
                                     const std::string& suffix) {
   std::vector<std::string> found;
   for (const auto& file : files) {
@@ -133,7 +115,7 @@ void gatherSnapRevisions(const std::string& snap, const SystemDataTable::Snaps& 
     gathered.unchecked.push_back("old snap revisions (snap couldn't list them)");
     return;
   }
-  const auto files = entriesOf(gathered.places.expand(table.files));
+  const auto files = entriesByName(gathered.places.expand(table.files));
   std::vector<PendingItem> items;
   for (const auto& revision : *revisions) {
     if (!revision.hasNote("disabled")) continue;
@@ -157,7 +139,7 @@ void gatherSnapSnapshots(const std::string& snap, const SystemDataTable::Snaps& 
     gathered.unchecked.push_back("snap snapshots (snap couldn't list them)");
     return;
   }
-  const auto files = entriesOf(gathered.places.expand(table.snapshots));
+  const auto files = entriesByName(gathered.places.expand(table.snapshots));
   std::vector<PendingItem> items;
   for (const auto& snapshot : *snapshots) {
     PendingItem pending;
@@ -194,8 +176,8 @@ std::vector<std::string> runtimeFolders(const std::string& installation, const s
     const std::string folder = installation + "/runtime/" + ref.id;
     const std::set<std::string> named(ref.words.begin(), ref.words.end());
     std::vector<std::string> branches;
-    for (const auto& arch : entriesOf(folder)) {
-      for (const auto& branch : entriesOf(arch.path)) {
+    for (const auto& arch : entriesByName(folder)) {
+      for (const auto& branch : entriesByName(arch.path)) {
         if (branch.isDir && named.contains(branch.name)) branches.push_back(branch.path);
       }
     }
@@ -275,18 +257,12 @@ void gatherLocalSnapshots(const SystemDataTable::LocalSnapshots& table, Gathered
 
 // --- files found by name ---
 
-std::optional<Date> modifiedDate(const std::string& path) {
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
-  return Date{std::chrono::duration_cast<Date::duration>(std::chrono::nanoseconds{modifiedNanoseconds(info)})};
-}
-
-PendingItem foundItem(const SystemDataTable::Found& table, const Listed& entry, Gathered& gathered) {
+PendingItem foundItem(const SystemDataTable::Found& table, const FolderEntry& entry, Gathered& gathered) {
   PendingItem pending;
   pending.item.id = entry.path;
   pending.item.name = entry.name;
   pending.item.detail = gathered.places.tilde(parentPath(entry.path));
-  const auto modified = modifiedDate(entry.path);
+  const auto modified = modificationDate(entry.path);
   if (modified) pending.item.detail += " \u00b7 " + ago(*modified, gathered.now);
   // A date that cannot be read never ticks anything.
   pending.item.selected = table.tickedAfterDays && modified && gathered.now - *modified >= *table.tickedAfterDays * day;
@@ -304,7 +280,7 @@ PendingItem foundItem(const SystemDataTable::Found& table, const Listed& entry, 
 void gatherFound(const SystemDataTable::Found& table, Gathered& gathered) {
   std::vector<PendingItem> items;
   for (const auto& folder : table.folders) {
-    for (const auto& entry : entriesOf(gathered.places.expand(folder))) {
+    for (const auto& entry : entriesByName(gathered.places.expand(folder))) {
       if ((table.foldersOnly && !entry.isDir) || (table.filesOnly && entry.isDir)) continue;
       if (!entry.name.starts_with(table.namePrefix) || !entry.name.ends_with(table.nameSuffix)) continue;
       items.push_back(foundItem(table, entry, gathered));

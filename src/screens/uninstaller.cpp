@@ -15,6 +15,7 @@
 #include "screens/desktop_entry.h"
 #include "screens/dpkg_tool.h"
 #include "screens/flatpak_tool.h"
+#include "screens/folder_entries.h"
 #include "screens/pending_items.h"
 #include "screens/places.h"
 #include "screens/registry.h"
@@ -34,22 +35,6 @@ struct Gathered {
   std::vector<PendingItem> leftovers;
   std::vector<std::string> unchecked;  // "snaps (snapd isn't running)"
 };
-
-struct Listed {
-  std::string name;
-  std::string path;
-  bool isDir = false;
-};
-
-std::vector<Listed> entriesOf(const std::string& folder) {
-  std::vector<Listed> found;
-  if (folder.empty()) return found;
-  if (const auto entries = DiskScanner::list(folder)) {
-    for (const auto& entry : *entries) found.push_back({entry.name, joinPath(folder, entry.name), entry.isDir});
-  }
-  std::sort(found.begin(), found.end(), [](const Listed& a, const Listed& b) { return a.name < b.name; });
-  return found;
-}
 
 bool isRegularFile(const std::string& path) {
   struct stat info {};
@@ -132,7 +117,7 @@ void gatherFlatpak(const UninstallerTable::Flatpak& table, const Places& places,
                              "Removed with flatpak uninstall; their data stays unless you "
                              "remove it too",
                              "shippingbox", measuredItems(std::move(items))));
-  for (const auto& entry : entriesOf(dataFolder)) {
+  for (const auto& entry : entriesByName(dataFolder)) {
     if (!entry.isDir || installed.contains(entry.name)) continue;
     const bool gone =
         apps.has_value() && !pathExists(user + "/app/" + entry.name) && !pathExists(system + "/app/" + entry.name);
@@ -161,7 +146,7 @@ void gatherSnaps(const UninstallerTable::Snap& table, const Places& places, Gath
   } else if (!(snaps = listSnaps(*snap, false))) {
     gathered.unchecked.push_back("snaps (snap couldn't list them)");
   }
-  const auto files = entriesOf(places.expand(table.files));
+  const auto files = entriesByName(places.expand(table.files));
   const std::string dataFolder = places.expand(table.data);
   std::set<std::string> installed;
   std::vector<PendingItem> items;
@@ -183,7 +168,7 @@ void gatherSnaps(const UninstallerTable::Snap& table, const Places& places, Gath
                   "your files and settings of this snap");
   }
   addGroup(gathered, groupOf("snap", "Snaps", "Removed with snap remove", "cube", measuredItems(std::move(items))));
-  for (const auto& entry : entriesOf(dataFolder)) {
+  for (const auto& entry : entriesByName(dataFolder)) {
     if (!entry.isDir || installed.contains(entry.name)) continue;
     const bool gone = snaps.has_value() && !pathExists(joinPath(places.expand(table.mounts), entry.name));
     addLeftover(gathered, entry.path, entry.name, gone, "data of a snap that is no longer installed",
@@ -201,7 +186,7 @@ struct MenuEntry {
 std::vector<MenuEntry> menuEntries(const UninstallerTable::Debian& table, const Places& places) {
   std::vector<MenuEntry> found;
   for (const auto& folder : table.entryFolders) {
-    for (const auto& file : entriesOf(places.expand(folder))) {
+    for (const auto& file : entriesByName(places.expand(folder))) {
       if (file.isDir || !file.name.ends_with(".desktop")) continue;
       auto entry = readDesktopEntry(file.path);
       if (entry && entry->shownApplication()) found.push_back({places.unrooted(file.path), std::move(*entry)});
@@ -284,7 +269,7 @@ void gatherDebian(const UninstallerTable::Debian& table, const Places& places, G
 
 // --- AppImages ---
 
-std::vector<std::string> entriesStarting(const std::string& appImage, const std::vector<Listed>& entryFiles) {
+std::vector<std::string> entriesStarting(const std::string& appImage, const std::vector<FolderEntry>& entryFiles) {
   std::vector<std::string> found;
   for (const auto& file : entryFiles) {
     if (file.isDir || !file.name.ends_with(".desktop")) continue;
@@ -298,11 +283,11 @@ std::vector<std::string> entriesStarting(const std::string& appImage, const std:
 }
 
 void gatherAppImages(const UninstallerTable::AppImages& table, const Places& places, Gathered& gathered) {
-  const auto entryFiles = entriesOf(places.expand(table.entryFolder));
+  const auto entryFiles = entriesByName(places.expand(table.entryFolder));
   std::vector<PendingItem> items;
   std::set<std::string> seen;
   for (const auto& folder : table.folders) {
-    for (const auto& file : entriesOf(places.expand(folder))) {
+    for (const auto& file : entriesByName(places.expand(folder))) {
       if (file.isDir || pathExtension(file.name) != "appimage" || !isRegularFile(file.path)) continue;
       if (!seen.insert(file.path).second) continue;
       std::vector<std::string> paths{file.path};
@@ -330,7 +315,7 @@ void gatherBundles(const UninstallerTable::Bundles& table, const Places& places,
   std::set<std::string> identifiers;
   std::vector<PendingItem> items;
   for (const auto& folder : table.folders) {
-    for (const auto& bundle : entriesOf(places.expand(folder))) {
+    for (const auto& bundle : entriesByName(places.expand(folder))) {
       if (!bundle.isDir || !bundle.name.ends_with(".app")) continue;
       const BundleInfo info = readBundleInfo(bundle.path);
       // Apple's own apps are part of the system.
@@ -361,7 +346,7 @@ void gatherBundles(const UninstallerTable::Bundles& table, const Places& places,
                              measuredItems(std::move(items))));
   // An app may live anywhere, so a folder without a known app is never ticked.
   for (const auto& [folder, suffix] : table.leftoverFolders) {
-    for (const auto& entry : entriesOf(places.expand(folder))) {
+    for (const auto& entry : entriesByName(places.expand(folder))) {
       if (!entry.name.ends_with(suffix)) continue;
       const std::string identifier = entry.name.substr(0, entry.name.size() - suffix.size());
       if (identifier.starts_with("com.apple.") || identifier.find('.') == std::string::npos ||
