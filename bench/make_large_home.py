@@ -9,13 +9,14 @@ space on disk as real big files do). The same options always give the same home;
 records them, so running again with the same options reuses it.
 """
 import argparse
-import json
 import os
 import random
-import shutil
 import subprocess
 import sys
 import time
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from make_tree import build_once  # noqa: E402
 
 MARKER = ".tw-bench-large-home.json"
 DAY = 86400
@@ -63,21 +64,7 @@ def build(options):
 def main():
     options = parse_arguments()
     wanted = {key: value for key, value in vars(options).items() if key != "home"}
-    marker = os.path.join(options.home, MARKER)
-    try:
-        with open(marker) as existing:
-            if json.load(existing) == wanted:
-                print(f"reusing {options.home}", file=sys.stderr)
-                return
-    except (OSError, ValueError):
-        pass
-    if os.path.exists(options.home):
-        shutil.rmtree(options.home)
-    os.makedirs(options.home)
-    print(f"building {options.home}", file=sys.stderr)
-    build(options)
-    with open(marker, "w") as out:
-        json.dump(wanted, out)
+    build_once(options.home, MARKER, wanted, lambda: build(options))
 
 
 if __name__ == "__main__":

@@ -45,15 +45,17 @@ void addGroup(Gathered& gathered, DevGroupPtr group) {
   if (group) gathered.groups.push_back(std::move(group));
 }
 
-PendingItem trashItem(const Places& places, const std::string& path, std::string name, std::string why) {
+// An item moved to the Trash with everything that belongs to it; the first path is the
+// thing itself.
+PendingItem trashItem(std::vector<std::string> paths, std::string name, std::string detail) {
   PendingItem pending;
-  pending.item.id = path;
+  pending.item.id = paths.front();
   pending.item.name = std::move(name);
-  pending.item.detail = places.tilde(path) + " \u00b7 " + std::move(why);
-  pending.item.action = DevAction::trash({path});
-  pending.item.revealPath = path;
+  pending.item.detail = std::move(detail);
+  pending.item.action = DevAction::trash(paths);
+  pending.item.revealPath = paths.front();
   pending.item.restoreHint = trashHint;
-  pending.measured = {path};
+  pending.measured = std::move(paths);
   return pending;
 }
 
@@ -61,13 +63,13 @@ PendingItem trashItem(const Places& places, const std::string& path, std::string
 // leaves it where it is.
 void addDataFolder(const Places& places, std::vector<PendingItem>& items, const std::string& path,
                    const std::string& appName, const std::string& what) {
-  if (isFolder(path)) items.push_back(trashItem(places, path, appName + " data", what));
+  if (isFolder(path)) items.push_back(trashItem({path}, appName + " data", places.tilde(path) + " \u00b7 " + what));
 }
 
 // A leftover is ticked only when its owner is certainly gone.
 void addLeftover(Gathered& gathered, const std::string& path, const std::string& name, bool ownerGone,
                  const std::string& gone, const std::string& unsure) {
-  PendingItem pending = trashItem(gathered.places, path, name, ownerGone ? gone : unsure);
+  PendingItem pending = trashItem({path}, name, gathered.places.tilde(path) + " \u00b7 " + (ownerGone ? gone : unsure));
   pending.item.selected = ownerGone;
   gathered.leftovers.push_back(std::move(pending));
 }
@@ -293,16 +295,9 @@ void gatherAppImages(const UninstallerTable::AppImages& table, const Places& pla
       std::vector<std::string> paths{file.path};
       const auto entries = entriesStarting(file.path, entryFiles);
       paths.insert(paths.end(), entries.begin(), entries.end());
-      PendingItem pending;
-      pending.item.id = file.path;
-      pending.item.name = file.name.substr(0, file.name.size() - std::string_view(".appimage").size());
-      pending.item.detail =
-          places.tilde(parentPath(file.path)) + (entries.empty() ? "" : " \u00b7 with its menu entry");
-      pending.item.action = DevAction::trash(paths);
-      pending.item.revealPath = file.path;
-      pending.item.restoreHint = trashHint;
-      pending.measured = std::move(paths);
-      items.push_back(std::move(pending));
+      std::string name = file.name.substr(0, file.name.size() - std::string_view(".appimage").size());
+      std::string detail = places.tilde(parentPath(file.path)) + (entries.empty() ? "" : " \u00b7 with its menu entry");
+      items.push_back(trashItem(std::move(paths), std::move(name), std::move(detail)));
     }
   }
   addGroup(gathered, groupOf("appimages", "AppImages", "Moved to the Trash with their menu entries", "app",
@@ -328,18 +323,10 @@ void gatherBundles(const UninstallerTable::Bundles& table, const Places& places,
           if (const auto path = places.expand(pattern); pathExists(path)) paths.push_back(path);
         }
       }
-      PendingItem pending;
-      pending.item.id = bundle.path;
-      pending.item.name = info.name;
-      pending.item.detail = places.tilde(bundle.path);
-      if (!info.identifier.empty()) pending.item.detail += " \u00b7 " + info.identifier;
-      if (paths.size() > 1)
-        pending.item.detail += " \u00b7 with " + std::to_string(paths.size() - 1) + " Library items";
-      pending.item.action = DevAction::trash(paths);
-      pending.item.revealPath = bundle.path;
-      pending.item.restoreHint = trashHint;
-      pending.measured = std::move(paths);
-      items.push_back(std::move(pending));
+      std::string detail = places.tilde(bundle.path);
+      if (!info.identifier.empty()) detail += " \u00b7 " + info.identifier;
+      if (paths.size() > 1) detail += " \u00b7 with " + std::to_string(paths.size() - 1) + " Library items";
+      items.push_back(trashItem(std::move(paths), info.name, std::move(detail)));
     }
   }
   addGroup(gathered, groupOf("bundles", "Applications", "Moved to the Trash with their Library folders", "app.badge",

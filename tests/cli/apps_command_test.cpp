@@ -71,14 +71,9 @@ class AppsCommand : public ::testing::Test {
   }
 
   [[nodiscard]] RunResult run(const std::vector<std::string>& arguments) const {
-    return runTidewarden(arguments, {{"TIDEWARDEN_SYSTEM_ROOT", root.path()}});
+    return runOnSystem(root.path(), arguments);
   }
-
-  [[nodiscard]] nlohmann::json list() const {
-    const auto result = run({"apps", "--json"});
-    EXPECT_EQ(result.code, 0) << result.err;
-    return nlohmann::json::parse(result.out);
-  }
+  [[nodiscard]] nlohmann::json list() const { return screenOnSystem(root.path(), "apps"); }
 
   FakeHome home;
   TempFolder root{"tw-apps-root"};
@@ -87,21 +82,14 @@ class AppsCommand : public ::testing::Test {
   std::string flatpak, snap, dpkg, aptGet;
 };
 
-std::vector<std::string> ticked(const nlohmann::json& group) {
-  std::vector<std::string> names;
-  for (const auto& item : group["items"])
-    names.push_back(item["name"].get<std::string>() + (item["selected"] ? "*" : ""));
-  return names;
-}
-
 TEST_F(AppsCommand, ListsAppsBySourceWithTheirDataAndTicksOnlyLeftoversWhoseOwnerIsGone) {
   const auto output = list();
   EXPECT_TRUE(output["note"].is_null()) << output["note"];
-  EXPECT_THAT(ticked(groupWithId(output, "flatpak")), UnorderedElementsAre("GIMP", "Spotify", "GIMP data"));
-  EXPECT_THAT(ticked(groupWithId(output, "snap")), UnorderedElementsAre("firefox", "firefox data"));
-  EXPECT_THAT(ticked(groupWithId(output, "debian")), UnorderedElementsAre("Firefox ESR", "Firefox ESR data"));
-  EXPECT_THAT(ticked(groupWithId(output, "appimages")), UnorderedElementsAre("Editor", "Viewer"));
-  EXPECT_THAT(ticked(groupWithId(output, "leftovers")),
+  EXPECT_THAT(namesTicked(groupWithId(output, "flatpak")), UnorderedElementsAre("GIMP", "Spotify", "GIMP data"));
+  EXPECT_THAT(namesTicked(groupWithId(output, "snap")), UnorderedElementsAre("firefox", "firefox data"));
+  EXPECT_THAT(namesTicked(groupWithId(output, "debian")), UnorderedElementsAre("Firefox ESR", "Firefox ESR data"));
+  EXPECT_THAT(namesTicked(groupWithId(output, "appimages")), UnorderedElementsAre("Editor", "Viewer"));
+  EXPECT_THAT(namesTicked(groupWithId(output, "leftovers")),
               UnorderedElementsAre("org.gone.App*", "org.unlisted.App", "gone-app*", "oldpkg*"));
 
   const auto& flatpaks = groupWithId(output, "flatpak");
@@ -141,7 +129,7 @@ TEST_F(AppsCommand, WithSnapdStoppedSnapIsNeverRunAndItsLeftoversAreNotTicked) {
   const auto output = list();
   EXPECT_THAT(output["note"].get<std::string>(), HasSubstr("snaps (snapd isn't running)"));
   EXPECT_TRUE(standInCalls(snap).empty());
-  EXPECT_THAT(ticked(groupWithId(output, "leftovers")),
+  EXPECT_THAT(namesTicked(groupWithId(output, "leftovers")),
               UnorderedElementsAre("org.gone.App*", "org.unlisted.App", "gone-app", "firefox", "oldpkg*"));
 }
 

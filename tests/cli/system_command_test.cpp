@@ -67,14 +67,9 @@ class SystemCommand : public ::testing::Test {
   }
 
   [[nodiscard]] RunResult run(const std::vector<std::string>& arguments) const {
-    return runTidewarden(arguments, {{"TIDEWARDEN_SYSTEM_ROOT", root.path()}});
+    return runOnSystem(root.path(), arguments);
   }
-
-  [[nodiscard]] nlohmann::json list() const {
-    const auto result = run({"system", "--json"});
-    EXPECT_EQ(result.code, 0) << result.err;
-    return nlohmann::json::parse(result.out);
-  }
+  [[nodiscard]] nlohmann::json list() const { return screenOnSystem(root.path(), "system"); }
 
   // The commands the stand-in pkexec was given to run, after the shell, its script, the
   // script's name and its mark.
@@ -90,13 +85,6 @@ class SystemCommand : public ::testing::Test {
   std::string bin = home.folder(".local/bin");
   std::string journalctl, aptGet, snap, flatpak;
 };
-
-std::vector<std::string> ticked(const nlohmann::json& group) {
-  std::vector<std::string> names;
-  for (const auto& item : group["items"])
-    names.push_back(item["name"].get<std::string>() + (item["selected"] ? "*" : ""));
-  return names;
-}
 
 TEST_F(SystemCommand, ListsEachKindOfSystemDataWithTheCommandThatRemovesIt) {
   const auto output = list();
@@ -129,7 +117,7 @@ TEST_F(SystemCommand, ListsEachKindOfSystemDataWithTheCommandThatRemovesIt) {
   EXPECT_EQ(runtimes["size"], 2 * MiB) << "only the unused branch";
   EXPECT_EQ(runtimes["action"], "flatpak uninstall --unused --user --noninteractive");
 
-  EXPECT_THAT(ticked(groupWithId(output, "crashes")),
+  EXPECT_THAT(namesTicked(groupWithId(output, "crashes")),
               UnorderedElementsAre("_usr_bin_old.1000.crash*", "core.app.1000.zst*", "_usr_bin_new.1000.crash"));
   EXPECT_TRUE(standInCalls(aptGet).empty() && standInCalls(journalctl).empty()) << "listing removes nothing";
   EXPECT_EQ(standInCalls(flatpak),
