@@ -1,34 +1,33 @@
 #!/usr/bin/env python3
 """Builds a deterministic home folder for the Large & Old Files benchmark.
 
-The bulk is a make_tree.py tree of small files under <home>/work; beside it the folders the
-screen looks at: Downloads with old and new installers and documents, Pictures and Videos
-with screenshots and screen recordings, and a few big files anywhere. Big files are
-allocated with fallocate (nothing is written, so they cost no time, but they take their
-space on disk as real big files do). The same options always give the same home; a marker
-records them, so running again with the same options reuses it.
+The bulk is a make_tree.py tree of small files under <home>/work (kept between runs while
+its options are the same); beside it, made afresh each time, the folders the screen looks
+at: Downloads with old and new installers and documents, Pictures and Videos with
+screenshots and screen recordings, and a few big files. Big files are allocated with
+fallocate (nothing is written, so they cost no time, but they take their space on disk as
+real big files do). The same options always give the same home.
 """
 import argparse
 import os
 import random
+import shutil
 import subprocess
 import sys
 import time
 
-sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from make_tree import build_once  # noqa: E402
-
-MARKER = ".tw-bench-large-home.json"
 DAY = 86400
 
 
 def parse_arguments():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("home", help="folder to create (its content is replaced when the options differ)")
+    parser.add_argument("home", help="folder to create or refresh")
     parser.add_argument("--files", type=int, default=1_000_000, help="files in the bulk tree")
     parser.add_argument("--downloads", type=int, default=300, help="files in Downloads")
     parser.add_argument("--screenshots", type=int, default=200, help="screenshots and recordings")
-    parser.add_argument("--big", type=int, default=3, help="big files (520 MB each)")
+    parser.add_argument("--big", type=int, default=3, help="big files")
+    # Above 500 MB and above 500 MiB, so that find -size +500M (MiB) and the screen (MB) agree.
+    parser.add_argument("--big-bytes", type=int, default=600_000_000)
     parser.add_argument("--seed", type=int, default=1)
     return parser.parse_args()
 
@@ -42,11 +41,13 @@ def write(path, size, days_ago, rng):
     os.utime(path, (stamp, stamp))
 
 
-def build(options):
+EXTRAS = ["Downloads", "Pictures", "Videos", "vm", "Documents"]
+
+
+def build_extras(options):
     home = options.home
-    here = os.path.dirname(os.path.abspath(__file__))
-    subprocess.run([sys.executable, os.path.join(here, "make_tree.py"), os.path.join(home, "work"),
-                    "--files", str(options.files), "--seed", str(options.seed)], check=True)
+    for folder in EXTRAS:
+        shutil.rmtree(os.path.join(home, folder), ignore_errors=True)
     rng = random.Random(options.seed)
     kinds = ["iso", "deb", "zip", "tar.gz", "pdf", "png", "mp4", "odt"]
     for index in range(options.downloads):
@@ -58,13 +59,17 @@ def build(options):
                                    ("Videos/Screencasts", f"Screencast from 2024-01-01 10-{index:04d}.webm")])
         write(os.path.join(home, folder, name), rng.randint(1, 6) << 20, rng.choice([3, 20, 40, 90]), rng)
     for index in range(options.big):
-        write(os.path.join(home, rng.choice(["Videos", "vm", "work/dir0-1"]), f"big-{index}.img"), 520_000_000, 30, rng)
+        folder = rng.choice(["Videos", "vm", "Documents/archive"])
+        write(os.path.join(home, folder, f"big-{index}.img"), options.big_bytes, 30, rng)
 
 
 def main():
     options = parse_arguments()
-    wanted = {key: value for key, value in vars(options).items() if key != "home"}
-    build_once(options.home, MARKER, wanted, lambda: build(options))
+    here = os.path.dirname(os.path.abspath(__file__))
+    os.makedirs(options.home, exist_ok=True)
+    subprocess.run([sys.executable, os.path.join(here, "make_tree.py"), os.path.join(options.home, "work"),
+                    "--files", str(options.files), "--seed", str(options.seed)], check=True)
+    build_extras(options)
 
 
 if __name__ == "__main__":
