@@ -40,7 +40,7 @@ std::optional<std::vector<SnapSnapshot>> listSnapSnapshots(const std::string& sn
   std::vector<SnapSnapshot> snapshots;
   for (auto& row : tableRows(result.out)) {
     if (row.size() < 5 || row[0].find_first_not_of("0123456789") != std::string::npos) continue;
-    snapshots.push_back({row[0], row[1], row[2], row[3], row[4]});
+    snapshots.push_back({row[0], row[1], row[2], row[3], row[4], row.size() > 5 ? decimalSize(row[5]) : std::nullopt});
   }
   return snapshots;
 }

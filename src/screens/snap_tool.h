@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -31,6 +32,7 @@ struct SnapSnapshot {
   std::string age;
   std::string version;
   std::string revision;
+  std::optional<std::int64_t> size;  // as snap rounds it ("4.10MB"); nothing when unreadable
   friend bool operator==(const SnapSnapshot&, const SnapSnapshot&) = default;
 };
 

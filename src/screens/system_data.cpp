@@ -148,8 +148,9 @@ void gatherSnapSnapshots(const std::string& snap, const SystemDataTable::Snaps& 
     pending.item.detail =
         "saved " + snapshot.age + " ago \u00b7 snap " + snapshot.version + " revision " + snapshot.revision;
     pending.item.action = adminCommands({{"snap", "forget", snapshot.set, snapshot.snap}});
+    // snapd's snapshot folder is readable by root only; then snap's own rounded figure says it.
     pending.measured = filesNamed(files, snapshot.set + "_" + snapshot.snap + "_", ".zip");
-    if (pending.measured.empty()) pending.item.size = pending.item.freeable = 0;
+    if (pending.measured.empty()) pending.item.size = pending.item.freeable = snapshot.size;
     items.push_back(std::move(pending));
   }
   addGroup(gathered, "snap-snapshots", "Snap Snapshots", "Data snapd saved when snaps were removed",

@@ -1,5 +1,8 @@
 #include "screens/tool_output.h"
 
+#include <cctype>
+#include <charconv>
+
 #include "core/text.h"
 
 namespace tw {
@@ -41,6 +44,26 @@ std::vector<std::vector<std::string>> tableRows(std::string_view text) {
     rows.push_back(std::move(found));
   }
   return rows;
+}
+
+std::optional<std::int64_t> decimalSize(std::string_view text) {
+  static constexpr std::pair<std::string_view, double> units[] = {{"B", 1},    {"kB", 1e3}, {"KB", 1e3},
+                                                                  {"MB", 1e6}, {"GB", 1e9}, {"TB", 1e12}};
+  const std::string trimmedText = trimmed(text);
+  std::size_t end = 0;
+  while (end < trimmedText.size() &&
+         (std::isdigit(static_cast<unsigned char>(trimmedText[end])) != 0 || trimmedText[end] == '.')) {
+    ++end;
+  }
+  if (end == 0) return std::nullopt;
+  double number = 0;
+  const auto parsed = std::from_chars(trimmedText.data(), trimmedText.data() + end, number);
+  if (parsed.ec != std::errc{} || parsed.ptr != trimmedText.data() + end) return std::nullopt;
+  const std::string unit = trimmed(std::string_view(trimmedText).substr(end));
+  for (const auto& [name, factor] : units) {
+    if (unit == name) return static_cast<std::int64_t>(number * factor + 0.5);
+  }
+  return std::nullopt;
 }
 
 }  // namespace tw

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,5 +17,9 @@ namespace tw {
 // The lines of a table with their header line (the first non-empty one) dropped, split
 // into words; empty lines are left out.
 [[nodiscard]] std::vector<std::vector<std::string>> tableRows(std::string_view text);
+
+// A size as tools print it in decimal units ("512B", "4.10MB", "1.2 GB", "220kB");
+// nothing for anything else.
+[[nodiscard]] std::optional<std::int64_t> decimalSize(std::string_view text);
 
 }  // namespace tw
