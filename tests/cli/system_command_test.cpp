@@ -164,51 +164,67 @@ TEST_F(SystemCommand, AStoppedServiceLeavesItsGroupOutSaysWhyAndItsToolNeverRuns
 }
 
 // The real system, read as it is: apt's cache against du, the journal against journalctl.
-TEST(SystemCommandOnThisMachine, SizesAgreeWithDuAndJournalctl) {
+// Other programs may change either while we look (apt downloading), so a reading counts only
+// when the peer's figure was the same before and after ours.
+struct Reading {
+  nlohmann::json output;
+  std::string peer;
+};
+
+template <typename Peer>
+std::optional<Reading> steadyReading(Peer peer) {
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    const std::string before = peer();
+    const auto result = runTidewarden({"system", "--json"});
+    EXPECT_EQ(result.code, 0) << result.err;
+    if (peer() == before) return Reading{nlohmann::json::parse(result.out), before};
+  }
+  return std::nullopt;
+}
+
+const nlohmann::json* groupOrNull(const nlohmann::json& output, const std::string& id) {
+  for (const auto& group : output["groups"]) {
+    if (group["id"] == id) return &group;
+  }
+  return nullptr;
+}
+
+TEST(SystemCommandOnThisMachine, ThePackageCacheAgreesWithDu) {
   FakeHome home;
-  const auto result = runTidewarden({"system", "--json"});
-  ASSERT_EQ(result.code, 0) << result.err;
-  const auto output = nlohmann::json::parse(result.out);
-  const auto groupOrNull = [&](const std::string& id) -> const nlohmann::json* {
-    for (const auto& group : output["groups"]) {
-      if (group["id"] == id) return &group;
-    }
-    return nullptr;
-  };
-  bool checked = false;
-
   const std::string archives = "/var/cache/apt/archives";
-  const auto debs = runProcess({"/bin/sh", "-c", "ls \"$0\"/*.deb 2>/dev/null | wc -l", archives});
-  const int debCount = std::stoi(debs.out.empty() ? "0" : debs.out);
-  if (exists("/usr/bin/apt-get") && debCount > 0) {
-    const auto* cache = groupOrNull("apt-cache");
-    ASSERT_NE(cache, nullptr) << output.dump();
-    const std::int64_t ours = (*cache)["items"][0]["size"];
-    const std::int64_t du = std::stoll(runProcess({"du", "-sb", archives}).out);
-    // du adds the folders and the lock file and counts bytes, where we count the blocks
-    // of the packages: at most one block apart per file.
-    EXPECT_NEAR(static_cast<double>(ours), static_cast<double>(du), 4096.0 * (debCount + 8)) << "du -sb " << archives;
-    checked = true;
-  }
+  const auto count = runProcess({"/bin/sh", "-c", "ls \"$0\"/*.deb 2>/dev/null | wc -l", archives});
+  const int debCount = std::stoi(count.out.empty() ? "0" : count.out);
+  if (!exists("/usr/bin/apt-get") || debCount == 0) GTEST_SKIP() << "no apt-get, or nothing in " << archives;
+  const auto reading = steadyReading([&] { return runProcess({"du", "-sb", archives}).out; });
+  if (!reading) GTEST_SKIP() << archives << " kept changing while it was measured";
+  const auto* cache = groupOrNull(reading->output, "apt-cache");
+  ASSERT_NE(cache, nullptr) << reading->output.dump();
+  const std::int64_t ours = (*cache)["items"][0]["size"];
+  // du adds the folders and the lock file and counts bytes, where we count the blocks of
+  // the packages: at most one block apart per file.
+  EXPECT_NEAR(static_cast<double>(ours), static_cast<double>(std::stoll(reading->peer)), 4096.0 * (debCount + 8))
+      << "du -sb " << archives;
+}
 
-  if (exists("/usr/bin/journalctl") || exists("/bin/journalctl")) {
-    const auto usage = runProcess({"journalctl", "--disk-usage"});
-    std::smatch match;
-    const std::regex size(R"(take up ([0-9.]+)([BKMGT]))");
-    ASSERT_TRUE(std::regex_search(usage.out, match, size)) << usage.out << usage.err;
-    const double units[] = {1, 1024, 1024.0 * 1024, 1024.0 * 1024 * 1024, 1024.0 * 1024 * 1024 * 1024};
-    const double reported = std::stod(match[1]) * units[std::string("BKMGT").find(match[2].str()[0])];
-    if (const auto* journal = groupOrNull("journal")) {
-      // journalctl rounds to one decimal.
-      EXPECT_NEAR((*journal)["items"][0]["size"].get<double>(), reported, reported * 0.06 + MiB) << usage.out;
-    } else {
-      const std::string note = output["note"].is_string() ? output["note"].get<std::string>() : "";
-      EXPECT_TRUE(reported == 0 || note.find("systemd-journald isn't running") != std::string::npos)
-          << "journalctl reports " << usage.out << " but there is no journal group; note: " << note;
-    }
-    checked = true;
+TEST(SystemCommandOnThisMachine, TheJournalAgreesWithJournalctl) {
+  FakeHome home;
+  if (!exists("/usr/bin/journalctl") && !exists("/bin/journalctl")) GTEST_SKIP() << "journalctl isn't installed";
+  const auto reading = steadyReading([] { return runProcess({"journalctl", "--disk-usage"}).out; });
+  if (!reading) GTEST_SKIP() << "the journal kept growing while it was measured";
+  std::smatch match;
+  const std::regex size(R"(take up ([0-9.]+)([BKMGT]))");
+  if (!std::regex_search(reading->peer, match, size)) GTEST_SKIP() << "journalctl says: " << reading->peer;
+  const double units[] = {1, 1024, 1024.0 * 1024, 1024.0 * 1024 * 1024, 1024.0 * 1024 * 1024 * 1024};
+  const double reported = std::stod(match[1]) * units[std::string("BKMGT").find(match[2].str()[0])];
+  if (const auto* journal = groupOrNull(reading->output, "journal")) {
+    // journalctl rounds to one decimal.
+    EXPECT_NEAR((*journal)["items"][0]["size"].get<double>(), reported, reported * 0.06 + MiB) << reading->peer;
+  } else {
+    const auto& note = reading->output["note"];
+    const std::string text = note.is_string() ? note.get<std::string>() : "";
+    EXPECT_TRUE(reported == 0 || text.find("systemd-journald isn't running") != std::string::npos)
+        << "journalctl: " << reading->peer << "; no journal group; note: " << text;
   }
-  if (!checked) GTEST_SKIP() << "this machine has neither apt's package cache nor journalctl";
 }
 
 }  // namespace

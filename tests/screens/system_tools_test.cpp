@@ -4,6 +4,7 @@
 #include "screens/dpkg_tool.h"
 #include "screens/flatpak_tool.h"
 #include "screens/snap_tool.h"
+#include "screens/tool_output.h"
 #include "support/fake_home.h"
 #include "support/stand_in_tools.h"
 
@@ -42,10 +43,21 @@ TEST(SnapTool, ReadsRevisionsAndSnapshotsAndFailsWhenSnapDoes) {
   EXPECT_EQ((*snapshots)[1].set, "12");
   EXPECT_EQ((*snapshots)[1].snap, "code");
   EXPECT_EQ((*snapshots)[1].revision, "155");
+  EXPECT_EQ((*snapshots)[0].size, 4'100'000) << "snap's own rounded figure, for when its files are unreadable";
+  EXPECT_EQ((*snapshots)[1].size, 220'000);
   EXPECT_EQ(listSnaps(snap, false), std::nullopt) << "a listing that fails says nothing";
 
   writeStandInTool(bin / "snap", {{"saved", "No snapshots found."}});
   EXPECT_EQ(listSnapSnapshots(snap), std::vector<SnapSnapshot>{});
+}
+
+TEST(ToolOutput, SizesInDecimalUnitsAsToolsPrintThem) {
+  EXPECT_EQ(decimalSize("512B"), 512);
+  EXPECT_EQ(decimalSize("1.2 GB"), 1'200'000'000);
+  EXPECT_EQ(decimalSize(" 220kB "), 220'000);
+  EXPECT_EQ(decimalSize("3MiB"), std::nullopt);
+  EXPECT_EQ(decimalSize("MB"), std::nullopt);
+  EXPECT_EQ(decimalSize("-"), std::nullopt);
 }
 
 TEST(FlatpakTool, ReadsAppsAndTheUnusedRefsItWouldRemoveWithoutRemovingThem) {
