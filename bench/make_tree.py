@@ -100,25 +100,32 @@ def build(options):
     return len(folders)
 
 
-def main():
-    options = parse_arguments()
-    wanted = {key: value for key, value in vars(options).items() if key != "root"}
-    marker = os.path.join(options.root, MARKER)
+def build_once(root, marker_name, wanted, build):
+    """Runs build() into a fresh root unless the root's marker already records `wanted`."""
+    marker = os.path.join(root, marker_name)
     try:
         with open(marker) as existing:
             if json.load(existing) == wanted:
-                print(f"reusing {options.root}", file=sys.stderr)
-                return
+                print(f"reusing {root}", file=sys.stderr)
+                return False
     except (OSError, ValueError):
         pass
-    if os.path.exists(options.root):
-        shutil.rmtree(options.root)
-    os.makedirs(options.root)
-    print(f"building {options.root} ({options.files} files)", file=sys.stderr)
-    folders = build(options)
+    if os.path.exists(root):
+        shutil.rmtree(root)
+    os.makedirs(root)
+    print(f"building {root}", file=sys.stderr)
+    build()
     with open(marker, "w") as out:
         json.dump(wanted, out)
-    print(f"built {options.files} files in {folders} folders", file=sys.stderr)
+    return True
+
+
+def main():
+    options = parse_arguments()
+    wanted = {key: value for key, value in vars(options).items() if key != "root"}
+    folders = []
+    if build_once(options.root, MARKER, wanted, lambda: folders.append(build(options))):
+        print(f"built {options.files} files in {folders[0]} folders", file=sys.stderr)
 
 
 if __name__ == "__main__":

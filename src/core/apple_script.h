@@ -20,4 +20,12 @@ struct AppleScriptError {
 // Runs a script with osascript; nothing on success.
 [[nodiscard]] std::optional<AppleScriptError> runAppleScript(const std::string& script, const Context& context);
 
+struct AppleScriptResult {
+  std::string output;                     // the script's result as osascript prints it
+  std::optional<AppleScriptError> error;  // as runAppleScript reports it
+};
+
+// The same, keeping what the script returned.
+[[nodiscard]] AppleScriptResult runAppleScriptCapturing(const std::string& script, const Context& context);
+
 }  // namespace tw

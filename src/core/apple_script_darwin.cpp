@@ -19,9 +19,13 @@ std::string appleScriptEscaped(const std::string& text) {
 }
 
 std::optional<AppleScriptError> runAppleScript(const std::string& script, const Context& context) {
+  return runAppleScriptCapturing(script, context).error;
+}
+
+AppleScriptResult runAppleScriptCapturing(const std::string& script, const Context& context) {
   // Prompts can wait for the user for a long time.
-  const auto result = Shell::run("/usr/bin/osascript", {"-e", script}, 1800, context);
-  if (result.code == 0) return std::nullopt;
+  auto result = Shell::run("/usr/bin/osascript", {"-e", script}, 1800, context);
+  if (result.code == 0) return {std::move(result.out), std::nullopt};
   std::string message = trimmed(result.err);
   // osascript prefixes "execution error: " and appends the error number in brackets.
   if (const auto colon = message.find("execution error: "); colon != std::string::npos) {
@@ -31,9 +35,9 @@ std::optional<AppleScriptError> runAppleScript(const std::string& script, const 
     message = message.substr(0, number);
   }
   if (message.empty() || message.find("User canceled") != std::string::npos) {
-    return AppleScriptError{AppleScriptError::Status::cancelled, ""};
+    return {std::move(result.out), AppleScriptError{AppleScriptError::Status::cancelled, ""}};
   }
-  return AppleScriptError{AppleScriptError::Status::failed, message};
+  return {std::move(result.out), AppleScriptError{AppleScriptError::Status::failed, message}};
 }
 
 }  // namespace tw

@@ -1,7 +1,7 @@
+#include "core/admin_batch.h"
 #include "core/dev_item.h"
 #include "core/dev_safety.h"
 #include "core/file_manager.h"
-#include "core/privileged.h"
 #include "core/shell.h"
 #include "core/text.h"
 #include "fs/file_io.h"
@@ -63,18 +63,7 @@ ActionOutcome runEach(const DevAction::Commands& action, const Context& context)
 }
 
 ActionOutcome runAsAdmin(const DevAction::Admin& action, const Context& context) {
-  const AdminResult result = runAsAdministrator(action.command, context);
-  switch (result.status) {
-    case AdminResult::Status::done:
-      return ActionOutcome::success();
-    case AdminResult::Status::cancelled:
-      return ActionOutcome::cancellation();
-    case AdminResult::Status::unavailable:
-      return ActionOutcome::failure("Administrator actions need pkexec (policykit), which isn't installed.");
-    case AdminResult::Status::failed:
-      break;
-  }
-  return ActionOutcome::failure(result.detail);
+  return runAllAsAdministrator({action.command}, context).front();
 }
 
 struct Performer {

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 
+#include "core/admin_batch.h"
 #include "core/concurrent.h"
 #include "core/format.h"
 #include "core/history.h"
@@ -26,6 +27,43 @@ ActionOutcome removeOne(const Context& context, const RemovalItem& item, std::si
   ActionOutcome outcome = item.remove ? item.remove(context) : ActionOutcome::success();
   if (options.finished) options.finished->fetch_add(1, std::memory_order_relaxed);
   return outcome;
+}
+
+// Runs the administrator commands of every item from `first` on in one privileged call
+// and fills in their outcomes.
+void removeAsAdministrator(const Context& context, const std::vector<RemovalItem>& items, std::size_t first,
+                           const RemovalOptions& options, std::vector<std::optional<ActionOutcome>>& outcomes) {
+  std::vector<std::size_t> batch;
+  std::vector<std::string> commands;
+  for (std::size_t index = first; index < items.size(); ++index) {
+    if (!items[index].administrator) continue;
+    batch.push_back(index);
+    commands.push_back(items[index].administrator->command);
+    if (options.starting && !context.stopRequested()) options.starting(index);
+  }
+  const auto results = runAllAsAdministrator(commands, context);
+  for (std::size_t slot = 0; slot < batch.size(); ++slot) {
+    const RemovalItem& item = items[batch[slot]];
+    ActionOutcome outcome = results[slot];
+    if (outcome.succeeded()) outcome = ActionOutcome::success(item.administrator->freeable);
+    outcomes[batch[slot]] = std::move(outcome);
+    if (options.finished) options.finished->fetch_add(1, std::memory_order_relaxed);
+  }
+}
+
+// One at a time, in order, except that the administrator commands all run together.
+void removeInOrder(const Context& context, const std::vector<RemovalItem>& items, const RemovalOptions& options,
+                   std::vector<ActionOutcome>& outcomes) {
+  std::vector<std::optional<ActionOutcome>> ended(items.size());
+  for (std::size_t index = 0; index < items.size(); ++index) {
+    if (ended[index]) continue;
+    if (items[index].administrator) {
+      removeAsAdministrator(context, items, index, options, ended);
+    } else {
+      ended[index] = removeOne(context, items[index], index, options);
+    }
+  }
+  for (std::size_t index = 0; index < items.size(); ++index) outcomes[index] = std::move(*ended[index]);
 }
 
 std::vector<HistoryRecord> historyRecords(const std::vector<RemovalItem>& items, const RemovalReport& report,
@@ -55,11 +93,23 @@ RemovalItem RemovalItem::of(const DevItem& item, const std::optional<DevAction>&
   const DevAction action = override ? *override : item.action;
   removal.plainDeletion = !override && std::holds_alternative<DevAction::RemovePaths>(action.value);
   const std::int64_t freeable = override ? 0 : item.freeable.value_or(0);
+  if (const auto* admin = std::get_if<DevAction::Admin>(&action.value)) {
+    removal.administrator = AdministratorCommand{admin->command, freeable};
+    return removal;
+  }
   removal.remove = [action, freeable](const Context& context) {
     ActionOutcome outcome = action.perform(context);
     if (outcome.succeeded()) outcome = ActionOutcome::success(freeable);
     return outcome;
   };
+  return removal;
+}
+
+RemovalItem RemovalItem::deletion(std::string name, std::function<ActionOutcome(const Context&)> remove) {
+  RemovalItem removal;
+  removal.name = std::move(name);
+  removal.remove = std::move(remove);
+  removal.plainDeletion = true;
   return removal;
 }
 
@@ -84,13 +134,12 @@ RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>
                           const RemovalOptions& options) {
   RemovalReport report;
   report.outcomes.resize(items.size());  // each slot written once
-  const auto perform = [&](std::size_t index) {
-    report.outcomes[index] = removeOne(context, items[index], index, options);
-  };
   if (!options.oneAtATime && allPlainDeletions(items)) {
-    concurrentPerform(items.size(), perform);
+    concurrentPerform(items.size(), [&](std::size_t index) {
+      report.outcomes[index] = removeOne(context, items[index], index, options);
+    });
   } else {
-    for (std::size_t index = 0; index < items.size(); ++index) perform(index);
+    removeInOrder(context, items, options, report.outcomes);
   }
   for (const auto& outcome : report.outcomes) {
     if (outcome.status == ActionOutcome::Status::done) report.freed = saturatingAdd(report.freed, outcome.freed);

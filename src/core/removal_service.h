@@ -22,10 +22,20 @@ struct RemovalItem {
   // Plain deletions may run side by side; anything else (password prompts, Trash moves,
   // tool commands) runs one at a time, in order.
   bool plainDeletion = false;
+  // Instead of `remove`: a shell command run with administrator rights, which frees
+  // `freeable` when it succeeds. Every such command of one run goes to the system in one
+  // privileged call when the first of them is reached, so the user sees one password prompt.
+  struct AdministratorCommand {
+    std::string command;
+    std::int64_t freeable = 0;
+  };
+  std::optional<AdministratorCommand> administrator;
 
   // An item's own action, which frees its freeable bytes, or `override` (an extra
   // action), which frees nothing that is counted.
   [[nodiscard]] static RemovalItem of(const DevItem& item, const std::optional<DevAction>& override = std::nullopt);
+  // A plain deletion, which may run beside others.
+  [[nodiscard]] static RemovalItem deletion(std::string name, std::function<ActionOutcome(const Context&)> remove);
 };
 
 struct RemovalOptions {
@@ -54,8 +64,9 @@ struct RemovalReport {
 };
 
 // The one place that carries out a batch of removals: every item fails alone, items not
-// yet started when the context's stop token fires come back cancelled, and every success
-// is written to the history in one write at the end.
+// yet started when the context's stop token fires come back cancelled, the administrator
+// commands of the batch share one password prompt, and every success is written to the
+// history in one write at the end.
 [[nodiscard]] RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>& items,
                                         const RemovalOptions& options = {});
 

@@ -34,10 +34,9 @@ JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
     const auto& items = category->items();
     std::vector<RemovalItem> removals;
     for (const auto& item : items) {
-      removals.push_back(
-          {item.path, std::nullopt,
-           [&item, &identities](const Context& context) { return removeIfUnchanged(item, identities, context); },
-           /*plainDeletion=*/true});
+      removals.push_back(RemovalItem::deletion(item.path, [&item, &identities](const Context& context) {
+        return removeIfUnchanged(item, identities, context);
+      }));
     }
     RemovalOptions options;
     options.category = junkHistoryCategory;

@@ -115,7 +115,8 @@ void DiskScanner::process(Pending& folder, std::optional<Pending>& next) {
   bool enter = identity.has_value();
   // File systems only change where the device does, so that is the only place to look.
   if (enter && identity->device != folder.parentDevice) {
-    enter = !isPseudoFileSystem(fd.get());
+    if (folder.parentDevice == kUnknownDevice) rootDevice_ = identity->device;
+    enter = !(stayOnFileSystem_ && identity->device != rootDevice_) && !isPseudoFileSystem(fd.get());
     sharing = mayShareExtents(fd.get());
   }
   if (enter) {

@@ -73,6 +73,10 @@ class DiskScanner {
   DiskScanner(const DiskScanner&) = delete;
   DiskScanner& operator=(const DiskScanner&) = delete;
 
+  // Leaves out every folder on another file system than the scanned folder (disks mounted
+  // inside it): such a folder is listed but neither entered nor counted. Call before scan().
+  void stayOnFileSystem() { stayOnFileSystem_ = true; }
+
   // Blocks until the tree is complete, or until `stop` (or cancel()) ends it early. One
   // scan per scanner.
   [[nodiscard]] std::unique_ptr<FSNode> scan(const std::string& path, std::stop_token stop = {});
@@ -111,7 +115,9 @@ class DiskScanner {
   bool firstSighting(const FileIdentity& file);
 
   std::set<std::string> skip_;
-  mutable std::mutex mutex_;  // guards the stack, the waiting workers and current_
+  bool stayOnFileSystem_ = false;
+  std::uint64_t rootDevice_ = 0;  // written while the root is listed, before any other folder
+  mutable std::mutex mutex_;      // guards the stack, the waiting workers and current_
   std::condition_variable cond_;
   std::vector<Pending> stack_;
   std::size_t waiting_ = 0;

@@ -12,15 +12,6 @@ namespace tw {
 struct SmartCleanScreen {
   static ProviderResult load();
 };
-struct LargeFiles {
-  static ProviderResult load();
-};
-struct Uninstaller {
-  static ProviderResult load();
-};
-struct SystemData {
-  static ProviderResult load();
-};
 struct Simulators {
   static ProviderResult load();
 };

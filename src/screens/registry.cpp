@@ -5,9 +5,12 @@
 
 #include "dedupe/dedupe.h"
 #include "screens/git_repos.h"
+#include "screens/large_files.h"
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"
+#include "screens/system_data.h"
+#include "screens/uninstaller.h"
 #include "screens/worktrees.h"
 
 namespace tw {
@@ -37,15 +40,15 @@ std::vector<DevScreen> makeCleanup() {
       {Pane::large, "Large & Old Files", "doc.badge.clock",
        "Big files, downloads you haven't touched in months, old screenshots and recordings, app builds and "
        "Mail downloads. Everything goes to the Trash, so you can change your mind.",
-       "Move to Trash", Bar::none, false, [](const Context&) { return LargeFiles::load(); }},
+       "Move to Trash", Bar::none, false, [](const Context& context) { return LargeFiles::load(context); }},
       {Pane::apps, "Uninstaller", "xmark.app",
        "Remove apps together with the settings, caches and containers they leave in your Library, and clean "
        "up after apps you already deleted.",
-       "Uninstall Selected", Bar::none, false, [](const Context&) { return Uninstaller::load(); }},
+       "Uninstall Selected", Bar::none, false, [](const Context& context) { return Uninstaller::load(context); }},
       {Pane::system, "System Data", "internaldrive",
        "What makes macOS's \"System Data\" huge: Time Machine local snapshots, iPhone and iPad backups, old "
        "macOS installers and firmware.",
-       "Remove Selected", Bar::none, true, [](const Context&) { return SystemData::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context& context) { return SystemData::load(context); }},
   };
 }
 

@@ -9,9 +9,6 @@ ProviderResult unavailable() { return {{}, unavailableScreenNote}; }
 }  // namespace
 
 ProviderResult SmartCleanScreen::load() { return unavailable(); }
-ProviderResult LargeFiles::load() { return unavailable(); }
-ProviderResult Uninstaller::load() { return unavailable(); }
-ProviderResult SystemData::load() { return unavailable(); }
 ProviderResult Simulators::load() { return unavailable(); }
 ProviderResult Toolchains::load() { return unavailable(); }
 ProviderResult IDELeftovers::load() { return unavailable(); }

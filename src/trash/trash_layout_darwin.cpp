@@ -4,9 +4,9 @@
 #include <cstring>
 
 #include "core/shell.h"
+#include "core/shell_quote.h"
 #include "fs/path.h"
 #include "trash/finder_layout.h"
-#include "trash/shell_quote.h"
 #include "trash/trash_layout.h"
 
 namespace tw {

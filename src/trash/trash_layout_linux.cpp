@@ -1,9 +1,9 @@
 #include <unistd.h>
 
+#include "core/shell_quote.h"
 #include "fs/mounts.h"
 #include "fs/regular_file.h"
 #include "trash/freedesktop_layout.h"
-#include "trash/shell_quote.h"
 #include "trash/trash_layout.h"
 #include "trash/trashinfo.h"
 

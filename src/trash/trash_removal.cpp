@@ -58,9 +58,8 @@ TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vec
     auto dir = containingTrashDir(item.path, dirs);
     if (!dir) continue;
     inTrash.push_back(item);
-    removals.push_back({item.name, std::nullopt,
-                        [item, dir = std::move(*dir)](const Context& context) { return removeOne(item, dir, context); },
-                        /*plainDeletion=*/true});
+    removals.push_back(RemovalItem::deletion(
+        item.name, [item, dir = std::move(*dir)](const Context& context) { return removeOne(item, dir, context); }));
   }
   RemovalOptions options;
   options.category = "Trash";

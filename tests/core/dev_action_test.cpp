@@ -104,25 +104,4 @@ TEST(DevActionAdmin, WithoutPkexecSaysWhatIsMissing) {
             "Administrator actions need pkexec (policykit), which isn't installed.");
 }
 
-TEST(DevActionAdmin, RunsTheCommandThroughPkexecAndShell) {
-  FakeHome home;
-  if (Shell::which("pkexec", home.context()) && *Shell::which("pkexec", home.context()) != home / ".local/bin/pkexec") {
-    GTEST_SKIP() << "a real pkexec comes before the stand-in";
-  }
-  // A stand-in that records how it was called and runs the command without a prompt.
-  writeExecutable(home / ".local/bin/pkexec",
-                  "#!/bin/sh\nprintf '%s\\n' \"$@\" > \"$HOME/pkexec-args\"\n"
-                  "[ -e \"$HOME/deny\" ] && exit 126\nexec \"$@\"\n");
-  const auto target = home.fileWithContents("system/it's \"quoted\".txt", "x");
-  EXPECT_EQ(DevAction::admin("rm -f \"$HOME/system/it's \\\"quoted\\\".txt\"").perform(home.context()).error(),
-            std::nullopt);
-  EXPECT_FALSE(exists(target));
-  EXPECT_EQ(readFile(home / "pkexec-args"), "/bin/sh\n-c\nrm -f \"$HOME/system/it's \\\"quoted\\\".txt\"\n");
-
-  EXPECT_EQ(DevAction::admin("echo 'rm: cannot remove x' >&2; exit 1").perform(home.context()).error(),
-            "rm: cannot remove x");
-  writeFile(home / "deny", "");
-  EXPECT_EQ(DevAction::admin("true").perform(home.context()).error(), "Cancelled");
-}
-
 }  // namespace tw::test

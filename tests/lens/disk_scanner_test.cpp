@@ -10,6 +10,7 @@
 #include "lens/disk_scanner.h"
 #include "lens/lens_fixtures.h"
 #include "support/fake_home.h"
+#include "support/loop_volume.h"
 
 namespace tw::test {
 namespace {
@@ -174,6 +175,21 @@ TEST(DiskScan, NeverEntersKernelFileSystems) {
   (void)runProcess({"umount", mountPoint});
   EXPECT_EQ(figures(*tree), Figures(blocksOf(real), 2, 1, 0, 1)) << "the mount point is listed but not entered";
   EXPECT_EQ(size, blocksOf(real));
+}
+
+TEST(DiskScan, AScanThatStaysOnItsFileSystemLeavesMountedVolumesOut) {
+  FakeHome home;
+  const std::string real = home.file("tree/real", 2 * kMiB);
+  std::string whyNot;
+  const auto volume = LoopVolume::mount(LoopVolume::Kind::tmpfs, 64 * kMiB, whyNot, home.folder("tree/mounted"));
+  if (!volume) GTEST_SKIP() << whyNot;
+  writeFilledFile(volume->path() + "/inside", 3 * kMiB);
+
+  EXPECT_EQ(scan(home / "tree")->size, blocksOf(real) + blocksOf(volume->path() + "/inside")) << "crossed by default";
+  DiskScanner staying;
+  staying.stayOnFileSystem();
+  const auto tree = staying.scan(home / "tree");
+  EXPECT_EQ(figures(*tree), Figures(blocksOf(real), 2, 1, 0, 1)) << "the mount point is listed but not entered";
 }
 
 TEST(DiskScan, ACancelledScanStillCompletes) {

@@ -1,4 +1,4 @@
-#include "trash/shell_quote.h"
+#include "core/shell_quote.h"
 
 namespace tw {
 

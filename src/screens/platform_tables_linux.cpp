@@ -1,0 +1,11 @@
+#include "screens/large_files.h"
+#include "screens/system_data.h"
+#include "screens/uninstaller.h"
+
+namespace tw {
+
+const LargeFilesTable& platformLargeFilesTable() { return linuxLargeFilesTable(); }
+const UninstallerTable& platformUninstallerTable() { return linuxUninstallerTable(); }
+const SystemDataTable& platformSystemDataTable() { return linuxSystemDataTable(); }
+
+}  // namespace tw
