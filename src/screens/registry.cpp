@@ -4,15 +4,15 @@
 #include <cstdlib>
 
 #include "core/home.h"
+#include "core/process_environment.h"
 #include "core/sample_mode.h"
 #include "dedupe/dedupe.h"
+#include "screens/docker.h"
 #include "screens/git_repos.h"
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"
 #include "screens/worktrees.h"
-
-extern char** environ;
 
 namespace tw {
 namespace {
@@ -30,16 +30,6 @@ constexpr PaneName paneNames[] = {
     {Pane::ide, "ide"},           {Pane::docker, "docker"},         {Pane::ai, "ai"},
     {Pane::dedupe, "dedupe"},     {Pane::history, "history"},
 };
-
-std::map<std::string, std::string> processEnvironment() {
-  std::map<std::string, std::string> env;
-  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-    const std::string_view text(*entry);
-    const std::size_t equals = text.find('=');
-    if (equals != std::string_view::npos) env.emplace(text.substr(0, equals), text.substr(equals + 1));
-  }
-  return env;
-}
 
 std::vector<DevScreen> makeCleanup() {
   using Bar = DevScreen::Bar;
