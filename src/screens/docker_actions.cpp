@@ -28,7 +28,10 @@ DevAction DockerRemover::api(std::vector<std::pair<std::string, std::string>> re
 }
 
 DevAction DockerRemover::image(const DockerUsage::Image& image) const {
-  const std::vector<std::string> references = image.tags.empty() ? std::vector<std::string>{image.id} : image.tags;
+  // Docker deletes an image when its last tag goes (by id it refuses one with several
+  // repositories); Podman deletes an image with all its names when given the id.
+  const bool byId = image.tags.empty() || engine_.kind == DockerDeep::Engine::Kind::podman;
+  const std::vector<std::string> references = byId ? std::vector<std::string>{image.id} : image.tags;
   if (cli_) {
     std::vector<std::string> arguments{"image", "rm"};
     arguments.insert(arguments.end(), references.begin(), references.end());

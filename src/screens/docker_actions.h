@@ -17,7 +17,7 @@ class DockerRemover {
   DockerRemover(DockerDeep::Engine engine, std::optional<std::string> cli)
       : engine_(std::move(engine)), cli_(std::move(cli)) {}
 
-  // By its tags when it has any (removing the last one deletes the image), else by id.
+  // Docker's by its tags when it has any (removing the last one deletes the image), else by id.
   [[nodiscard]] DevAction image(const DockerUsage::Image& image) const;
   [[nodiscard]] DevAction container(const std::string& id) const;
   [[nodiscard]] DevAction buildCache(const std::string& id) const;

@@ -55,6 +55,18 @@ std::map<std::string, Date> stoppedDates(const DockerDeep::Engine& engine, const
   return result;
 }
 
+// Podman's disk-use answer cuts tags short; its image list has them whole.
+void completeTags(const DockerDeep::Engine& engine, DockerUsage& usage, std::stop_token stop) {
+  if (engine.kind != DockerDeep::Engine::Kind::podman || usage.images.empty()) return;
+  const auto answer = LocalHttp::request(endpointOf(engine), "GET", "/images/json", DockerDeep::inspectTimeout, stop);
+  if (!answer.succeeded()) return;
+  const auto tags = imageTags(answer.body);
+  for (auto& image : usage.images) {
+    const auto found = tags.find(image.id.starts_with("sha256:") ? image.id.substr(7) : image.id);
+    if (found != tags.end()) image.tags = found->second;
+  }
+}
+
 }  // namespace
 
 std::string DockerDeep::Engine::name() const { return kind == Kind::docker ? "Docker" : "Podman"; }
@@ -81,6 +93,7 @@ std::optional<DockerDeep::Snapshot> DockerDeep::read(const Engine& engine, Failu
     failure.sentence = engine.name() + " answered, but its disk-use report couldn't be read.";
     return std::nullopt;
   }
+  completeTags(engine, *usage, stop);
   Snapshot snapshot;
   snapshot.stoppedAt = stoppedDates(engine, *usage, stop);
   snapshot.usage = std::move(*usage);

@@ -51,12 +51,20 @@ std::optional<Date> secondsDate(const json& object, const char* key) {
 
 std::optional<Date> textDate(const json& object, const char* key) { return realDate(parseIso8601(text(object, key))); }
 
+std::vector<std::string> tagsOf(const json& item) {
+  std::vector<std::string> tags;
+  for (auto& tag : strings(item, "RepoTags")) {
+    if (tag != "<none>:<none>") tags.push_back(std::move(tag));
+  }
+  return tags;
+}
+
+std::string withoutAlgorithm(const std::string& id) { return id.starts_with("sha256:") ? id.substr(7) : id; }
+
 DockerUsage::Image image(const json& item) {
   DockerUsage::Image image;
   image.id = text(item, "Id");
-  for (auto& tag : strings(item, "RepoTags")) {
-    if (tag != "<none>:<none>") image.tags.push_back(std::move(tag));
-  }
+  image.tags = tagsOf(item);
   for (auto& digest : strings(item, "RepoDigests")) {
     if (digest != "<none>@<none>") image.digests.push_back(std::move(digest));
   }
@@ -138,6 +146,16 @@ std::optional<DockerUsage> DockerUsage::parse(std::string_view body) {
   usage.volumes = readAll<Volume>(root, "Volumes", "VolumeUsage", volume);
   usage.buildCache = readAll<CacheRecord>(root, "BuildCache", "BuildCacheUsage", cacheRecord);
   return usage;
+}
+
+std::map<std::string, std::vector<std::string>> imageTags(std::string_view imagesJson) {
+  std::map<std::string, std::vector<std::string>> tags;
+  const json root = json::parse(imagesJson, nullptr, false);
+  if (root.is_discarded() || !root.is_array()) return tags;
+  for (const auto& item : root) {
+    if (item.is_object()) tags[withoutAlgorithm(text(item, "Id"))] = tagsOf(item);
+  }
+  return tags;
 }
 
 std::optional<Date> containerFinishedAt(std::string_view inspectJson) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -66,6 +67,10 @@ struct DockerUsage {
   // a JSON object.
   [[nodiscard]] static std::optional<DockerUsage> parse(std::string_view json);
 };
+
+// The tags of every image from `GET /images/json`, keyed by id without its "sha256:".
+// Podman's disk-use answer cuts its tags short ("1" for "localhost/app:1"); this list has them whole.
+[[nodiscard]] std::map<std::string, std::vector<std::string>> imageTags(std::string_view imagesJson);
 
 // When a stopped container stopped, from `GET /containers/{id}/json`; nothing when the
 // answer does not say (a container that never ran reports the zero date).

@@ -36,7 +36,9 @@ std::unique_ptr<ServiceProcess> ServiceProcess::start(
   std::vector<char*> envp;
   for (auto& text : envText) envp.push_back(text.data());
   envp.push_back(nullptr);
-  std::vector<std::string> args = command;
+  // Should the test die half-way, the daemon goes with it instead of outliving the run.
+  std::vector<std::string> args{"setpriv", "--pdeathsig", "TERM", "--"};
+  args.insert(args.end(), command.begin(), command.end());
   std::vector<char*> argv;
   for (auto& arg : args) argv.push_back(arg.data());
   argv.push_back(nullptr);
