@@ -7,6 +7,7 @@
 #include "core/process_environment.h"
 #include "core/sample_mode.h"
 #include "dedupe/dedupe.h"
+#include "screens/ai_models.h"
 #include "screens/docker.h"
 #include "screens/git_repos.h"
 #include "screens/projects.h"
