@@ -104,22 +104,4 @@ HttpResponse LocalHttp::request(const LocalEndpoint& endpoint, std::string_view 
   return response;
 }
 
-std::string LocalHttp::escape(std::string_view text) {
-  static constexpr char hex[] = "0123456789ABCDEF";
-  std::string escaped;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool unreserved = (byte >= 'A' && byte <= 'Z') || (byte >= 'a' && byte <= 'z') ||
-                            (byte >= '0' && byte <= '9') || byte == '-' || byte == '.' || byte == '_' || byte == '~';
-    if (unreserved) {
-      escaped += c;
-    } else {
-      escaped += '%';
-      escaped += hex[byte >> 4];
-      escaped += hex[byte & 0x0F];
-    }
-  }
-  return escaped;
-}
-
 }  // namespace tw

@@ -35,9 +35,6 @@ struct LocalHttp {
   [[nodiscard]] static HttpResponse request(const LocalEndpoint& endpoint, std::string_view method,
                                             const std::string& pathAndQuery, double timeoutSeconds,
                                             std::stop_token stop = {});
-
-  // One path segment or query value with every byte outside the unreserved set escaped.
-  [[nodiscard]] static std::string escape(std::string_view text);
 };
 
 }  // namespace tw

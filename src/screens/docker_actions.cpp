@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include "core/local_http.h"
+#include "trash/trashinfo.h"
 
 namespace tw {
 
@@ -38,24 +39,24 @@ DevAction DockerRemover::image(const DockerUsage::Image& image) const {
     return DevAction::commands({tool(std::move(arguments))});
   }
   std::vector<std::pair<std::string, std::string>> requests;
-  for (const auto& reference : references) requests.emplace_back("DELETE", "/images/" + LocalHttp::escape(reference));
+  for (const auto& reference : references) requests.emplace_back("DELETE", "/images/" + percentEncoded(reference));
   return api(std::move(requests));
 }
 
 DevAction DockerRemover::container(const std::string& id) const {
   if (cli_) return DevAction::commands({tool({"container", "rm", id})});
-  return api({{"DELETE", "/containers/" + LocalHttp::escape(id)}});
+  return api({{"DELETE", "/containers/" + percentEncoded(id)}});
 }
 
 DevAction DockerRemover::buildCache(const std::string& id) const {
   if (cli_) return DevAction::commands({tool({"builder", "prune", "--force", "--filter", "id=" + id})});
   const std::string filters = nlohmann::json{{"id", {id}}}.dump();
-  return api({{"POST", "/build/prune?filters=" + LocalHttp::escape(filters)}});
+  return api({{"POST", "/build/prune?filters=" + percentEncoded(filters)}});
 }
 
 DevAction DockerRemover::volume(const std::string& name) const {
   if (cli_) return DevAction::commands({tool({"volume", "rm", name})});
-  return api({{"DELETE", "/volumes/" + LocalHttp::escape(name)}});
+  return api({{"DELETE", "/volumes/" + percentEncoded(name)}});
 }
 
 }  // namespace tw

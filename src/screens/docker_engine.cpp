@@ -4,6 +4,7 @@
 #include "core/concurrent.h"
 #include "core/local_http.h"
 #include "screens/docker.h"
+#include "trash/trashinfo.h"
 
 namespace tw {
 namespace {
@@ -41,7 +42,7 @@ std::map<std::string, Date> stoppedDates(const DockerDeep::Engine& engine, const
   std::vector<std::optional<Date>> dates(stopped.size());
   concurrentPerform(stopped.size(), [&](std::size_t index) {
     const auto answer =
-        LocalHttp::request(endpointOf(engine), "GET", "/containers/" + LocalHttp::escape(stopped[index]->id) + "/json",
+        LocalHttp::request(endpointOf(engine), "GET", "/containers/" + percentEncoded(stopped[index]->id) + "/json",
                            DockerDeep::inspectTimeout, stop);
     if (answer.succeeded()) dates[index] = containerFinishedAt(answer.body);
   });

@@ -20,28 +20,6 @@ using ::testing::UnorderedElementsAre;
 constexpr auto longAgo = std::chrono::hours(24 * 60);
 constexpr std::int64_t MiB = 1 << 20;
 
-std::int64_t allocated(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0 ? static_cast<std::int64_t>(info.st_blocks) * 512 : 0;
-}
-
-std::vector<std::string> brokenLinks(const std::string& folder) {
-  std::vector<std::string> broken;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
-    if (entry.is_symlink() && !std::filesystem::exists(entry.path())) broken.push_back(entry.path());
-  }
-  return broken;
-}
-
-std::vector<std::string> missingLayers(const std::string& folder) {
-  std::vector<std::string> missing;
-  const auto store = OllamaStore::read(folder);
-  for (const auto& model : store.models()) {
-    for (const auto& name : model.missing) missing.push_back(model.name + ": " + name);
-  }
-  return missing;
-}
-
 // Each store on a file system of its own, mounted inside the fake home, so that the free
 // space it reports moves only with what the command removes.
 class AICommand : public ::testing::Test {
@@ -95,7 +73,7 @@ TEST_F(AICommand, CleanSelectedFreesExactlyTheLeftoversBlocksAndNoRemainingModel
     for (const auto& item : group["items"]) ids.push_back(item["id"]);
   }
   EXPECT_THAT(ids, UnorderedElementsAre(alpha + "/snapshots/0000", unfinished, orphan));
-  const std::int64_t expected = allocated(alpha + "/blobs/" + oldWeights) + allocated(unfinished) + allocated(orphan);
+  const std::int64_t expected = blocksOf(alpha + "/blobs/" + oldWeights) + blocksOf(unfinished) + blocksOf(orphan);
   EXPECT_EQ(selected["selected"], expected);
 
   const std::int64_t hubFree = hubVolume_->freeBytes();
@@ -110,8 +88,20 @@ TEST_F(AICommand, CleanSelectedFreesExactlyTheLeftoversBlocksAndNoRemainingModel
 
   EXPECT_FALSE(exists(alpha + "/blobs/" + oldWeights));
   EXPECT_TRUE(exists(alpha + "/blobs/" + shared));
-  EXPECT_THAT(brokenLinks(hub.hub()), IsEmpty());
+  EXPECT_THAT(brokenLinksBelow(hub.hub()), IsEmpty());
   EXPECT_THAT(missingLayers(ollama.folder()), IsEmpty());
+}
+
+TEST(AIScreenOutput, NamesThatAreNotUtf8StillGiveValidJsonAndText) {
+  FakeHome home;
+  home.file(".lmstudio/models/caf\xe9/model \xff.gguf", 4096);
+  const auto listed = runTidewarden({"ai", "--json"});
+  ASSERT_EQ(listed.code, 0) << listed.err;
+  const auto output = nlohmann::json::parse(listed.out);  // throws on bytes that are not UTF-8
+  EXPECT_EQ(output["groups"][0]["items"][0]["name"], "caf\ufffd/model \ufffd.gguf");
+  const auto text = runTidewarden({"ai"});
+  ASSERT_EQ(text.code, 0);
+  EXPECT_THAT(text.out, ::testing::HasSubstr("caf\ufffd/model \ufffd.gguf"));
 }
 
 }  // namespace tw::test

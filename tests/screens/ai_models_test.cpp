@@ -4,6 +4,7 @@
 #include "screens/ai_models.h"
 #include "support/fake_home.h"
 #include "support/model_stores.h"
+#include "support/provider_lookup.h"
 
 namespace tw::test {
 namespace {
@@ -16,19 +17,6 @@ std::vector<std::string> groupIds(const ProviderResult& result) {
   std::vector<std::string> ids;
   for (const auto& group : result.groups) ids.push_back(group->id);
   return ids;
-}
-
-const DevGroup& groupWithId(const ProviderResult& result, const std::string& id) {
-  for (const auto& group : result.groups) {
-    if (group->id == id) return *group;
-  }
-  throw std::runtime_error("no group " + id);
-}
-
-std::vector<std::string> names(const DevGroup& group) {
-  std::vector<std::string> found;
-  for (const auto& item : group.items()) found.push_back(item.name);
-  return found;
 }
 
 }  // namespace
@@ -56,16 +44,16 @@ TEST(AIModels, FindsEveryToolsModelsOneItemEachAndPreselectsNoWholeModel) {
       UnorderedElementsAre("lm-studio:" + home / ".lmstudio/models", "lm-studio:" + home / ".cache/lm-studio/models",
                            "torch-hub:" + home / "torch/hub", "whisper:" + home / "xdg-cache/whisper",
                            "gpt4all:" + home / ".local/share/nomic.ai/GPT4All"));
-  const auto& studio = groupWithId(result, "lm-studio:" + home / ".lmstudio/models");
+  const auto& studio = groupWithId(result.groups, "lm-studio:" + home / ".lmstudio/models");
   EXPECT_EQ(studio.title, "LM Studio");
-  EXPECT_THAT(names(studio), ElementsAre("lmstudio-community/Qwen-7B-GGUF", "bartowski/Llama-3-8B-GGUF"));
+  EXPECT_THAT(itemNames(studio), ElementsAre("lmstudio-community/Qwen-7B-GGUF", "bartowski/Llama-3-8B-GGUF"));
   EXPECT_GE(*studio.items()[0].freeable, 800'000);
-  EXPECT_THAT(names(groupWithId(result, "torch-hub:" + home / "torch/hub")),
+  EXPECT_THAT(itemNames(groupWithId(result.groups, "torch-hub:" + home / "torch/hub")),
               ElementsAre("resnet50-0676ba61.pth", "pytorch_vision_v0.10.0"));
-  const auto& whisper = groupWithId(result, "whisper:" + home / "xdg-cache/whisper");
-  EXPECT_THAT(names(whisper), ElementsAre("base.en.pt"));
+  const auto& whisper = groupWithId(result.groups, "whisper:" + home / "xdg-cache/whisper");
+  EXPECT_THAT(itemNames(whisper), ElementsAre("base.en.pt"));
   EXPECT_THAT(whisper.items()[0].detail, HasSubstr("last used 3 months ago"));
-  EXPECT_THAT(names(groupWithId(result, "gpt4all:" + home / ".local/share/nomic.ai/GPT4All")),
+  EXPECT_THAT(itemNames(groupWithId(result.groups, "gpt4all:" + home / ".local/share/nomic.ai/GPT4All")),
               ElementsAre("orca-mini-3b.gguf"));
   for (const auto& group : result.groups) {
     for (const auto& item : group->items()) {
@@ -97,13 +85,13 @@ TEST(AIModels, EachToolsOwnVariablesDecideWhereItsStoreIs) {
   const auto result = AIModels::scan(
       linuxModelLocations(), home.path(),
       {{"HF_HUB_CACHE", "~/hub-cache"}, {"HF_HOME", home / "hf-home"}, {"OLLAMA_MODELS", home / "ollama-models"}});
-  EXPECT_THAT(names(groupWithId(result, "huggingface")), ElementsAre("org/picked"));
-  EXPECT_THAT(names(groupWithId(result, "ollama:" + home / "ollama-models")), ElementsAre("phi:latest"));
+  EXPECT_THAT(itemNames(groupWithId(result.groups, "huggingface")), ElementsAre("org/picked"));
+  EXPECT_THAT(itemNames(groupWithId(result.groups, "ollama:" + home / "ollama-models")), ElementsAre("phi:latest"));
 
   // HF_HOME comes next, and a relative value counts as unset.
   const auto fallback = AIModels::scan(linuxModelLocations(), home.path(),
                                        {{"HF_HUB_CACHE", "relative/path"}, {"HF_HOME", home / "hf-home"}});
-  EXPECT_THAT(names(groupWithId(fallback, "huggingface")), ElementsAre("org/ignored"));
+  EXPECT_THAT(itemNames(groupWithId(fallback.groups, "huggingface")), ElementsAre("org/ignored"));
 }
 
 TEST(AIModels, BothPlatformTablesAreComplete) {
@@ -118,7 +106,7 @@ TEST(AIModels, BothPlatformTablesAreComplete) {
   FakeHome home;
   home.file("Library/Application Support/nomic.ai/GPT4All/falcon.gguf", 1000);
   const auto mac = AIModels::scan(macOSModelLocations(), home.path(), {});
-  EXPECT_THAT(names(groupWithId(mac, "gpt4all:" + home / "Library/Application Support/nomic.ai/GPT4All")),
+  EXPECT_THAT(itemNames(groupWithId(mac.groups, "gpt4all:" + home / "Library/Application Support/nomic.ai/GPT4All")),
               ElementsAre("falcon.gguf"));
 }
 

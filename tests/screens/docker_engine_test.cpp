@@ -7,6 +7,7 @@
 #include "screens/docker.h"
 #include "support/docker_engine.h"
 #include "support/fake_home.h"
+#include "support/provider_lookup.h"
 #include "support/service_process.h"
 
 namespace tw::test {
@@ -14,16 +15,6 @@ namespace {
 
 using ::testing::HasSubstr;
 using Engine = DockerDeep::Engine;
-
-const DevItem* findItem(const std::vector<DevGroupPtr>& groups, const std::string& groupId, const std::string& name) {
-  for (const auto& group : groups) {
-    if (group->id != groupId) continue;
-    for (const auto& item : group->items()) {
-      if (item.name == name) return &item;
-    }
-  }
-  return nullptr;
-}
 
 std::vector<DevGroupPtr> groupsOf(const Engine& engine, const std::optional<std::string>& cli) {
   DockerDeep::Failure failure;
@@ -105,42 +96,37 @@ TEST(DockerEngineRemoval, WithoutACliTheApiRemovesEachKindOfObjectButNothingThat
 
   const Engine target{Engine::Kind::docker, engine->socket()};
   const auto groups = groupsOf(target, std::nullopt);
-  const auto* spare = findItem(groups, "docker-images", "spare:1");
-  const auto* late = findItem(groups, "docker-images", "late:1");
-  const auto* stopped = findItem(groups, "docker-containers", "done");
-  const auto* volume = findItem(groups, "docker-volumes", "scratch-data");
-  ASSERT_TRUE(spare && late && stopped && volume);
-  const DevItem* record = nullptr;
-  for (const auto& group : groups) {
-    if (group->id == "docker-build-cache") record = &group->items().front();  // the largest entry
-  }
-  ASSERT_TRUE(record);
-  const std::string recordId = record->id.substr(std::string("docker:build-cache:").size());
+  const auto& spare = itemNamed(groupWithId(groups, "docker-images"), "spare:1");
+  const auto& late = itemNamed(groupWithId(groups, "docker-images"), "late:1");
+  const auto& stopped = itemNamed(groupWithId(groups, "docker-containers"), "done");
+  const auto& volume = itemNamed(groupWithId(groups, "docker-volumes"), "scratch-data");
+  const auto& record = groupWithId(groups, "docker-build-cache").items().front();  // the largest entry
+  const std::string recordId = record.id.substr(std::string("docker:build-cache:").size());
 
   // Made into a container after the list was read: the engine refuses, and nothing is forced.
   engine->docker({"create", "--name", "newcomer", "late:1", "/bin/busybox", "true"});
-  const auto refused = late->action.perform();
+  const auto refused = late.action.perform();
   ASSERT_TRUE(refused);
   EXPECT_THAT(*refused, HasSubstr("conflict"));
   EXPECT_EQ(engine->run({"image", "inspect", "late:1"}).code, 0);
 
-  for (const auto* item : {spare, stopped, volume, record})
+  for (const auto* item : {&spare, &stopped, &volume, &record}) {
     EXPECT_EQ(item->action.perform(), std::nullopt) << item->name;
+  }
   EXPECT_NE(engine->run({"image", "inspect", "spare:1"}).code, 0);
   EXPECT_NE(engine->run({"container", "inspect", "done"}).code, 0);
   EXPECT_NE(engine->run({"volume", "inspect", "scratch-data"}).code, 0);
   EXPECT_THAT(engine->docker({"system", "df", "--verbose", "--format", "{{json .BuildCache}}"}),
               ::testing::Not(HasSubstr(recordId)));
   // Removing again finds nothing to remove, which is no failure.
-  EXPECT_EQ(spare->action.perform(), std::nullopt);
+  EXPECT_EQ(spare.action.perform(), std::nullopt);
 
   // The command-line tool, told this engine's socket, refuses the same way.
   if (const auto cli = Shell::which("docker")) {
     const auto withCli = groupsOf(target, cli);
-    const auto* lateByCli = findItem(withCli, "docker-images", "cached:1");
-    ASSERT_TRUE(lateByCli);
+    const auto& lateByCli = itemNamed(groupWithId(withCli, "docker-images"), "cached:1");
     engine->docker({"create", "--name", "second", "cached:1", "/bin/busybox", "true"});
-    EXPECT_THAT(lateByCli->action.perform().value_or(""), HasSubstr("conflict"));
+    EXPECT_THAT(lateByCli.action.perform().value_or(""), HasSubstr("conflict"));
     EXPECT_EQ(engine->run({"image", "inspect", "cached:1"}).code, 0);
   }
 }
@@ -162,18 +148,16 @@ TEST(PodmanScreen, PodmansSocketIsReadAsAnEngineOfItsOwnBesideDockersNote) {
                        {{"DOCKER_HOST", "unix://" + home / "no-docker.sock"}, {"XDG_RUNTIME_DIR", runtime}});
   ASSERT_TRUE(result.note);
   EXPECT_THAT(*result.note, HasSubstr("Docker isn't running"));
-  const auto* spare = findItem(result.groups, "podman-images", "localhost/pspare:1");
-  ASSERT_TRUE(spare);
-  EXPECT_FALSE(findItem(result.groups, "podman-images", "localhost/pbase:1"));  // pstopped was made from it
-  EXPECT_TRUE(findItem(result.groups, "podman-containers", "pstopped"));
-  const auto* volume = findItem(result.groups, "podman-volumes", "pdata");
-  ASSERT_TRUE(volume);
-  EXPECT_FALSE(volume->selected);
+  const auto& spare = itemNamed(groupWithId(result.groups, "podman-images"), "localhost/pspare:1");
+  EXPECT_FALSE(findItem(result.groups, "localhost/pbase:1"));  // pstopped was made from it
+  EXPECT_EQ(itemNamed(groupWithId(result.groups, "podman-containers"), "pstopped").badges.front().text, "created");
+  const auto& volume = itemNamed(groupWithId(result.groups, "podman-volumes"), "pdata");
+  EXPECT_FALSE(volume.selected);
 
-  for (const auto* item : {spare, volume}) ASSERT_EQ(item->action.perform(), std::nullopt) << item->name;
+  for (const auto* item : {&spare, &volume}) ASSERT_EQ(item->action.perform(), std::nullopt) << item->name;
   EXPECT_THAT(podman->run({"volume", "ls", "--quiet"}), ::testing::Not(HasSubstr("pdata")));
   EXPECT_THAT(podman->run({"images", "--quiet", "--noheading"}),
-              ::testing::Not(HasSubstr(spare->id.substr(std::string("podman:image:").size(), 12))));
+              ::testing::Not(HasSubstr(spare.id.substr(std::string("podman:image:").size(), 12))));
 }
 
 }  // namespace tw::test

@@ -10,6 +10,7 @@
 #include "screens/docker_recorded_answers.h"
 #include "support/canned_http_server.h"
 #include "support/fake_home.h"
+#include "support/provider_lookup.h"
 
 namespace tw::test {
 namespace {
@@ -31,26 +32,6 @@ DockerDeep::Snapshot recordedSnapshot(const char* answer) {
       snapshot.stoppedAt[container.id] = *containerFinishedAt(recordedContainerInspect);
   }
   return snapshot;
-}
-
-const DevGroup& groupWithId(const std::vector<DevGroupPtr>& groups, const std::string& id) {
-  for (const auto& group : groups) {
-    if (group->id == id) return *group;
-  }
-  throw std::runtime_error("no group " + id);
-}
-
-const DevItem& itemNamed(const DevGroup& group, const std::string& name) {
-  for (const auto& item : group.items()) {
-    if (item.name == name) return item;
-  }
-  throw std::runtime_error("no item " + name);
-}
-
-std::vector<std::string> names(const DevGroup& group) {
-  std::vector<std::string> found;
-  for (const auto& item : group.items()) found.push_back(item.name);
-  return found;
 }
 
 std::vector<std::string> commandOf(const DevItem& item) {
@@ -133,7 +114,7 @@ TEST(DockerGroups, OnlyUnusedObjectsAreOfferedAndOnlyDanglingImagesAndStaleLefto
   const auto groups = DockerDeep::groups(engine, snapshot, "/usr/bin/docker", recordedUse() + 31 * day);
 
   const auto& images = groupWithId(groups, "docker-images");
-  EXPECT_THAT(names(images), UnorderedElementsAre("cached:1", "base:1", "Dangling image 43139dd30f06"));
+  EXPECT_THAT(itemNames(images), UnorderedElementsAre("cached:1", "base:1", "Dangling image 43139dd30f06"));
   const auto& dangling = itemNamed(images, "Dangling image 43139dd30f06");
   EXPECT_TRUE(dangling.selected);
   EXPECT_EQ(dangling.size, 2982263);
@@ -147,7 +128,7 @@ TEST(DockerGroups, OnlyUnusedObjectsAreOfferedAndOnlyDanglingImagesAndStaleLefto
               ElementsAre("/usr/bin/docker", "--host", "unix:///run/test/docker.sock", "image", "rm", "cached:1"));
 
   const auto& containers = groupWithId(groups, "docker-containers");
-  EXPECT_THAT(names(containers), ElementsAre("stopped-one"));
+  EXPECT_THAT(itemNames(containers), ElementsAre("stopped-one"));
   EXPECT_TRUE(containers.items()[0].selected);
   EXPECT_THAT(commandOf(containers.items()[0]), ElementsAre("/usr/bin/docker", "--host", "unix:///run/test/docker.sock",
                                                             "container", "rm", snapshot.usage.containers[1].id));
@@ -166,7 +147,7 @@ TEST(DockerGroups, OnlyUnusedObjectsAreOfferedAndOnlyDanglingImagesAndStaleLefto
                           "--filter", "id=fye3ld1u2uigetzmrjfsbe7o8"));
 
   const auto& volumes = groupWithId(groups, "docker-volumes");
-  EXPECT_THAT(names(volumes), ElementsAre("data-old"));
+  EXPECT_THAT(itemNames(volumes), ElementsAre("data-old"));
   EXPECT_FALSE(volumes.items()[0].selected);
   EXPECT_EQ(volumes.items()[0].warning, "data-old: may hold a database or other data you cannot rebuild");
   EXPECT_THAT(commandOf(volumes.items()[0]),

@@ -11,6 +11,7 @@
 #include "support/fake_home.h"
 #include "support/loop_volume.h"
 #include "support/model_stores.h"
+#include "support/provider_lookup.h"
 
 namespace tw::test {
 namespace {
@@ -69,27 +70,6 @@ struct Hub {
 
 std::size_t repoIndex(const HfCache& cache, const std::string& path) { return *cache.repoAt(path); }
 
-const DevItem& itemWithId(const DevGroup& group, const std::string& id) {
-  for (const auto& item : group.items()) {
-    if (item.id == id) return item;
-  }
-  throw std::runtime_error("no item " + id);
-}
-
-std::int64_t allocated(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0 ? static_cast<std::int64_t>(info.st_blocks) * 512 : 0;
-}
-
-// Every link in every snapshot still leads to a file.
-std::vector<std::string> brokenLinks(const std::string& hub) {
-  std::vector<std::string> broken;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(hub)) {
-    if (entry.is_symlink() && !std::filesystem::exists(entry.path())) broken.push_back(entry.path());
-  }
-  return broken;
-}
-
 }  // namespace
 
 TEST(HuggingFaceCache, ReadsRepositoriesRevisionsAndCountsEveryLinkAcrossTheWholeCache) {
@@ -146,15 +126,14 @@ TEST(HuggingFaceGroup, OffersModelsAndPreselectsOnlyStaleDetachedRevisionsAndUnf
   const auto& alpha = itemWithId(*group, hub.alpha);
   EXPECT_EQ(alpha.name, "org/alpha");
   EXPECT_FALSE(alpha.selected);
-  EXPECT_EQ(alpha.freeable, allocated(hub.blobPath(hub.alpha, hub.weights)) +
-                                allocated(hub.blobPath(hub.alpha, hub.oldWeights)) +
-                                allocated(hub.blobPath(hub.alpha, hub.config)) +
-                                allocated(hub.snapshot(hub.alpha, hub.mainCommit) + "/model.safetensors") +
-                                allocated(hub.snapshot(hub.alpha, hub.mainCommit) + "/config.json") +
-                                allocated(hub.snapshot(hub.alpha, hub.mainCommit) + "/tokenizer/tokenizer.json") +
-                                allocated(hub.snapshot(hub.alpha, hub.oldCommit) + "/model.safetensors") +
-                                allocated(hub.snapshot(hub.alpha, hub.oldCommit) + "/config.json") +
-                                allocated(hub.alpha + "/refs/main"));
+  EXPECT_EQ(alpha.freeable,
+            blocksOf(hub.blobPath(hub.alpha, hub.weights)) + blocksOf(hub.blobPath(hub.alpha, hub.oldWeights)) +
+                blocksOf(hub.blobPath(hub.alpha, hub.config)) +
+                blocksOf(hub.snapshot(hub.alpha, hub.mainCommit) + "/model.safetensors") +
+                blocksOf(hub.snapshot(hub.alpha, hub.mainCommit) + "/config.json") +
+                blocksOf(hub.snapshot(hub.alpha, hub.mainCommit) + "/tokenizer/tokenizer.json") +
+                blocksOf(hub.snapshot(hub.alpha, hub.oldCommit) + "/model.safetensors") +
+                blocksOf(hub.snapshot(hub.alpha, hub.oldCommit) + "/config.json") + blocksOf(hub.alpha + "/refs/main"));
   EXPECT_GT(*alpha.size, *alpha.freeable);  // the shared tokenizer counts as size only
   EXPECT_EQ(alpha.restoreHint, "hf download org/alpha");
   // Another model links into it, so it is removed here, not by the hub's tool.
@@ -175,14 +154,14 @@ TEST(HuggingFaceGroup, OffersModelsAndPreselectsOnlyStaleDetachedRevisionsAndUnf
   const auto& detached = itemWithId(*group, hub.snapshot(hub.alpha, hub.oldCommit));
   EXPECT_EQ(detached.name, "org/alpha @ " + hub.oldCommit.substr(0, 8));
   EXPECT_TRUE(detached.selected);
-  EXPECT_EQ(detached.freeable, allocated(hub.blobPath(hub.alpha, hub.oldWeights)) +
-                                   allocated(hub.snapshot(hub.alpha, hub.oldCommit) + "/model.safetensors") +
-                                   allocated(hub.snapshot(hub.alpha, hub.oldCommit) + "/config.json"));
+  EXPECT_EQ(detached.freeable, blocksOf(hub.blobPath(hub.alpha, hub.oldWeights)) +
+                                   blocksOf(hub.snapshot(hub.alpha, hub.oldCommit) + "/model.safetensors") +
+                                   blocksOf(hub.snapshot(hub.alpha, hub.oldCommit) + "/config.json"));
   EXPECT_EQ(detached.restoreHint, "hf download org/alpha --revision " + hub.oldCommit);
 
   const auto& unfinished = itemWithId(*group, hub.unfinished);
   EXPECT_TRUE(unfinished.selected);
-  EXPECT_EQ(unfinished.freeable, allocated(hub.unfinished));
+  EXPECT_EQ(unfinished.freeable, blocksOf(hub.unfinished));
 
   // Used or written lately: offered, not pre-selected.
   setTimesAgo(hub.blobPath(hub.alpha, hub.oldWeights), std::chrono::hours(24 * 3));
@@ -205,13 +184,13 @@ TEST(HuggingFaceRemoval, NoRemainingRevisionLosesAFileWhateverChangedSinceTheLis
   ASSERT_EQ(detached.action.perform(), std::nullopt);
   EXPECT_FALSE(exists(hub.snapshot(hub.alpha, hub.oldCommit)));
   EXPECT_TRUE(exists(hub.blobPath(hub.alpha, hub.oldWeights)));
-  EXPECT_THAT(brokenLinks(hub.cache.hub()), IsEmpty());
+  EXPECT_THAT(brokenLinksBelow(hub.cache.hub()), IsEmpty());
 
   ASSERT_EQ(alpha.action.perform(), std::nullopt);
   EXPECT_FALSE(exists(hub.alpha + "/snapshots"));
   EXPECT_FALSE(exists(hub.blobPath(hub.alpha, hub.weights)));
   EXPECT_TRUE(exists(hub.blobPath(hub.alpha, hub.tokenizer)));  // beta still links to it
-  EXPECT_THAT(brokenLinks(hub.cache.hub()), IsEmpty());
+  EXPECT_THAT(brokenLinksBelow(hub.cache.hub()), IsEmpty());
   EXPECT_EQ(alpha.action.perform(), std::nullopt);  // again: nothing more to remove, no failure
   EXPECT_TRUE(exists(hub.blobPath(hub.alpha, hub.tokenizer)));
 }
@@ -228,7 +207,7 @@ TEST(HuggingFaceRemoval, RemovingAWholeModelFreesWhatItsItemSaysToTheByte) {
     const std::int64_t before = volume->freeBytes();
     ASSERT_EQ(model.action.perform(), std::nullopt) << model.name;
     EXPECT_EQ(volume->freeBytes() - before, *model.freeable) << model.name;
-    EXPECT_THAT(brokenLinks(hub.cache.hub()), IsEmpty());
+    EXPECT_THAT(brokenLinksBelow(hub.cache.hub()), IsEmpty());
   }
 }
 

@@ -9,6 +9,7 @@
 #include "support/canned_http_server.h"
 #include "support/fake_home.h"
 #include "support/model_stores.h"
+#include "support/provider_lookup.h"
 
 namespace tw::test {
 namespace {
@@ -41,30 +42,6 @@ struct Store {
   std::string llama, tiny, orphan, partial;
 };
 
-std::int64_t allocated(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0 ? static_cast<std::int64_t>(info.st_blocks) * 512 : 0;
-}
-
-const DevItem& itemNamed(const std::vector<DevGroupPtr>& groups, const std::string& name) {
-  for (const auto& group : groups) {
-    for (const auto& item : group->items()) {
-      if (item.name == name) return item;
-    }
-  }
-  throw std::runtime_error("no item " + name);
-}
-
-// Every blob that a manifest left in the store names is still there.
-std::vector<std::string> missingBlobs(const std::string& folder) {
-  std::vector<std::string> missing;
-  const auto store = OllamaStore::read(folder);
-  for (const auto& model : store.models()) {
-    for (const auto& name : model.missing) missing.push_back(model.name + ": " + name);
-  }
-  return missing;
-}
-
 std::string sha256Of(const std::string& path) {
   const auto result = runProcess({"sha256sum", path});
   return result.out.substr(0, 64);
@@ -96,18 +73,18 @@ TEST(OllamaGroups, SharedLayersCountAsSizeOnlyAndOnlyStaleOrphansArePreselected)
   EXPECT_EQ(groups[0]->title, "Ollama");
   EXPECT_EQ(groups[1]->title, "Ollama orphaned downloads");
 
-  const auto& llama = itemNamed(groups, "llama3:latest");
+  const auto& llama = itemNamed(*groups[0], "llama3:latest");
   EXPECT_FALSE(llama.selected);
-  EXPECT_EQ(llama.freeable, allocated(fixture.llama) + allocated(fixture.store.blobPath(fixture.llamaWeights)) +
-                                allocated(fixture.store.blobPath(fixture.llamaConfig)));
-  EXPECT_EQ(*llama.size, *llama.freeable + allocated(fixture.store.blobPath(fixture.sharedTemplate)) +
-                             allocated(fixture.store.blobPath(fixture.licence)));
+  EXPECT_EQ(llama.freeable, blocksOf(fixture.llama) + blocksOf(fixture.store.blobPath(fixture.llamaWeights)) +
+                                blocksOf(fixture.store.blobPath(fixture.llamaConfig)));
+  EXPECT_EQ(*llama.size, *llama.freeable + blocksOf(fixture.store.blobPath(fixture.sharedTemplate)) +
+                             blocksOf(fixture.store.blobPath(fixture.licence)));
   EXPECT_EQ(llama.restoreHint, "ollama pull llama3:latest");
   EXPECT_THAT(llama.badges, ElementsAre(Badge{"shares layers", Badge::Tone::info}));
 
   for (const auto& item : groups[1]->items()) {
     EXPECT_EQ(item.selected, item.id == fixture.orphan) << item.name;  // the running pull is left alone
-    EXPECT_EQ(item.freeable, allocated(item.id));
+    EXPECT_EQ(item.freeable, blocksOf(item.id));
   }
 }
 
@@ -115,12 +92,12 @@ TEST(OllamaRemoval, ARemovedModelTakesOnlyWhatNoRemainingManifestNames) {
   FakeHome home;
   Store fixture(home / ".ollama/models");
   const auto groups = ollamaGroups(fixture.store.folder(), std::nullopt, std::chrono::system_clock::now());
-  ASSERT_EQ(itemNamed(groups, "llama3:latest").action.perform(), std::nullopt);
+  ASSERT_EQ(itemNamed(*groups[0], "llama3:latest").action.perform(), std::nullopt);
   EXPECT_FALSE(exists(fixture.llama));
   EXPECT_FALSE(exists(fixture.store.blobPath(fixture.llamaWeights)));
   EXPECT_TRUE(exists(fixture.store.blobPath(fixture.sharedTemplate)));
   EXPECT_TRUE(exists(fixture.store.blobPath(fixture.licence)));
-  EXPECT_THAT(missingBlobs(fixture.store.folder()), IsEmpty());
+  EXPECT_THAT(missingLayers(fixture.store.folder()), IsEmpty());
 
   // A model pulled after the list names the orphan: it is no orphan any more, and stays.
   const auto& orphan = groups[1]->items()[0];
@@ -129,7 +106,7 @@ TEST(OllamaRemoval, ARemovedModelTakesOnlyWhatNoRemainingManifestNames) {
                          {fixture.orphan.substr(fixture.orphan.size() - 64)});
   EXPECT_EQ(orphan.action.perform(), std::nullopt);
   EXPECT_TRUE(exists(fixture.orphan));
-  EXPECT_THAT(missingBlobs(fixture.store.folder()), IsEmpty());
+  EXPECT_THAT(missingLayers(fixture.store.folder()), IsEmpty());
 }
 
 TEST(OllamaServer, ModelsTheRunningServerListsUnchangedAreRemovedWithOllamaRm) {
@@ -145,13 +122,13 @@ TEST(OllamaServer, ModelsTheRunningServerListsUnchangedAreRemovedWithOllamaRm) {
   ASSERT_TRUE(found);
   const auto groups = ollamaGroups(fixture.store.folder(), found, std::chrono::system_clock::now());
 
-  const auto* removal = std::get_if<DevAction::Commands>(&itemNamed(groups, "llama3:latest").action.value);
+  const auto* removal = std::get_if<DevAction::Commands>(&itemNamed(*groups[0], "llama3:latest").action.value);
   ASSERT_TRUE(removal);
   EXPECT_THAT(removal->commands.front(), ElementsAre(ollama, "rm", "llama3:latest"));
-  EXPECT_EQ(itemNamed(groups, "llama3:latest").action.perform(), std::nullopt);
+  EXPECT_EQ(itemNamed(*groups[0], "llama3:latest").action.perform(), std::nullopt);
   EXPECT_EQ(readFile(ollama + ".log"), "rm llama3:latest\n");
   // The server's copy of tiny differs from the one on disk: the server can't remove this one.
-  EXPECT_TRUE(std::holds_alternative<DevAction::Custom>(itemNamed(groups, "someone/tiny:q4").action.value));
+  EXPECT_TRUE(std::holds_alternative<DevAction::Custom>(itemNamed(*groups[0], "someone/tiny:q4").action.value));
 
   EXPECT_FALSE(OllamaServer::find(env, std::nullopt));  // no tool, no server removal
   EXPECT_FALSE(OllamaServer::find({{"OLLAMA_HOST", "127.0.0.1:1"}}, ollama));

@@ -68,6 +68,11 @@ struct RunResult {
   std::string err;
 };
 
+// This process's environment as "NAME=value" entries with `changes` applied (a null value
+// unsets), for a child's envp.
+[[nodiscard]] std::vector<std::string> environmentWith(
+    const std::map<std::string, std::optional<std::string>>& changes);
+
 // Runs `command` (argv[0] is looked up in PATH) and waits; `environment` entries are
 // set (a null value unsets) on top of this process's environment.
 RunResult runProcess(const std::vector<std::string>& command,

@@ -7,6 +7,7 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 
+#include "screens/ollama_store.h"
 #include "support/fake_home.h"
 
 namespace tw::test {
@@ -29,6 +30,28 @@ std::string fakeDigest(const std::string& salt, int counter) {
     digest += hex[(state >> 33) & 0xF];
   }
   return digest;
+}
+
+std::int64_t blocksOf(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 ? static_cast<std::int64_t>(info.st_blocks) * 512 : 0;
+}
+
+std::vector<std::string> brokenLinksBelow(const std::string& folder) {
+  std::vector<std::string> broken;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(folder)) {
+    if (entry.is_symlink() && !std::filesystem::exists(entry.path())) broken.push_back(entry.path());
+  }
+  return broken;
+}
+
+std::vector<std::string> missingLayers(const std::string& ollamaFolder) {
+  std::vector<std::string> missing;
+  const auto store = OllamaStore::read(ollamaFolder);
+  for (const auto& model : store.models()) {
+    for (const auto& name : model.missing) missing.push_back(model.name + ": " + name);
+  }
+  return missing;
 }
 
 void setTimesAgo(const std::string& path, std::chrono::hours ago) {

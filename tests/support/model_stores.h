@@ -55,6 +55,13 @@ class OllamaStoreBuilder {
 // A 64-digit hex name that differs for every (salt, counter).
 [[nodiscard]] std::string fakeDigest(const std::string& salt, int counter);
 
+// The blocks a file takes (a link is not followed), in bytes.
+[[nodiscard]] std::int64_t blocksOf(const std::string& path);
+// The links below a folder that lead nowhere: a model that lost a file.
+[[nodiscard]] std::vector<std::string> brokenLinksBelow(const std::string& folder);
+// "model: blob" for every blob an Ollama manifest names that is not in the store.
+[[nodiscard]] std::vector<std::string> missingLayers(const std::string& ollamaFolder);
+
 // Sets a file's access and modification times `ago` before now, without following a link.
 void setTimesAgo(const std::string& path, std::chrono::hours ago);
 

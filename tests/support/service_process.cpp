@@ -11,28 +11,12 @@
 
 #include "support/fake_home.h"
 
-extern char** environ;
-
 namespace tw::test {
 
 std::unique_ptr<ServiceProcess> ServiceProcess::start(
     const std::vector<std::string>& command, const std::string& logFile, std::string& whyNot,
     const std::map<std::string, std::optional<std::string>>& environment) {
-  std::map<std::string, std::string> merged;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string text(*entry);
-    const auto equals = text.find('=');
-    if (equals != std::string::npos) merged[text.substr(0, equals)] = text.substr(equals + 1);
-  }
-  for (const auto& [name, value] : environment) {
-    if (value) {
-      merged[name] = *value;
-    } else {
-      merged.erase(name);
-    }
-  }
-  std::vector<std::string> envText;
-  for (const auto& [name, value] : merged) envText.push_back(name + "=" + value);
+  std::vector<std::string> envText = environmentWith(environment);
   std::vector<char*> envp;
   for (auto& text : envText) envp.push_back(text.data());
   envp.push_back(nullptr);
