@@ -22,9 +22,13 @@ mkdir -p "$results"
 engine=$(mktemp -d /tmp/twbd-XXXXXX)
 socket="$engine/sock"
 stop_engine() {
-  [ -f "$engine/pid" ] && kill "$(cat "$engine/pid")" 2>/dev/null || true
-  for _ in $(seq 100); do [ -f "$engine/pid" ] || break; sleep 0.2; done
-  grep -o "$engine/[^ ]*" /proc/mounts | sort -r | while read -r point; do umount -l "$point"; done
+  if [ -f "$engine/pid" ]; then
+    local pid
+    pid=$(cat "$engine/pid")
+    kill "$pid" 2>/dev/null || true
+    for _ in $(seq 300); do kill -0 "$pid" 2>/dev/null || break; sleep 0.2; done
+  fi
+  { grep -o "$engine/[^ ]*" /proc/mounts || true; } | sort -r | while read -r point; do umount -l "$point"; done
   rm -rf "$engine" "$fake_home"
 }
 fake_home=$(mktemp -d)

@@ -19,6 +19,9 @@ import json
 import os
 import random
 import shutil
+import time
+
+LONG_AGO = time.time() - 60 * 86400  # leftovers untouched for two months are pre-selected
 
 
 def digest(*parts):
@@ -65,13 +68,16 @@ def hugging_face(home, count, rng):
             old = digest(repo, "old")[:40]
             old_weights = digest(repo, "old-weights")
             write(os.path.join(blobs, old_weights), rng.randint(2, 32) << 20, True)
+            os.utime(os.path.join(blobs, old_weights), (LONG_AGO, LONG_AGO))
             link(os.path.join(blobs, old_weights), os.path.join(repo, "snapshots", old, "model.safetensors"))
             link(os.path.join(blobs, files["config.json"][0]), os.path.join(repo, "snapshots", old, "config.json"))
         if index % 10 == 5:  # shares another model's tokenizer
             os.remove(os.path.join(repo, "snapshots", commit, "tokenizer.json"))
             link(tokenizers[index - 1], os.path.join(repo, "snapshots", commit, "tokenizer.json"))
         if index % 25 == 7:
-            write(os.path.join(blobs, digest(repo, "partial") + ".incomplete"), rng.randint(1, 8) << 20, True)
+            partial = os.path.join(blobs, digest(repo, "partial") + ".incomplete")
+            write(partial, rng.randint(1, 8) << 20, True)
+            os.utime(partial, (LONG_AGO, LONG_AGO))
     return hub
 
 
@@ -100,6 +106,7 @@ def ollama(home, count, rng):
             json.dump(manifest, out)
     for index in range(max(1, count // 20)):  # left behind by removed models
         write(blob(digest("orphan", index)), rng.randint(1, 16) << 20, True)
+        os.utime(blob(digest("orphan", index)), (LONG_AGO, LONG_AGO))
     return store
 
 
@@ -110,7 +117,7 @@ def main():
     parser.add_argument("--seed", type=int, default=1)
     options = parser.parse_args()
     stamp = os.path.join(options.home, ".generated")
-    wanted = f"{options.models} {options.seed}\n"
+    wanted = f"{options.models} {options.seed} 2\n"  # the last number changes with the layout
     if os.path.exists(stamp) and open(stamp).read() == wanted:
         return
     shutil.rmtree(options.home, ignore_errors=True)

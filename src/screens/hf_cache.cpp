@@ -1,6 +1,9 @@
 #include "screens/hf_cache.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <array>
 #include <map>
 
 #include "core/concurrent.h"
@@ -17,6 +20,8 @@ namespace tw {
 // One repository as read on its own, before links are matched across the cache.
 struct HfCache::RepoReading {
   Repo repo;
+  std::map<std::string, Usage> parts;  // the folder, its refs, snapshots and anything else: what they take
+  std::string blobFolder;              // where its blobs folder really is
   std::vector<Blob> blobs;
   std::vector<Revision> revisions;
   std::vector<std::vector<std::string>> targets;  // per revision: where its links lead
@@ -48,8 +53,9 @@ std::optional<HfCache::Repo> repoNamed(const std::string& hub, const std::string
   return std::nullopt;
 }
 
-// Every file below `folder` (links included, never followed), as paths relative to it.
-void collectFiles(const std::string& folder, const std::string& relative, int depth, std::vector<std::string>& files) {
+// Every file below `folder` (links included, never followed), with its path relative to it.
+void collectFiles(const std::string& folder, const std::string& relative, int depth,
+                  std::vector<std::pair<std::string, DiskScanner::Entry>>& files) {
   if (depth > deepestFolder) return;
   const auto entries = DiskScanner::list(folder);
   if (!entries) return;
@@ -58,37 +64,50 @@ void collectFiles(const std::string& folder, const std::string& relative, int de
     if (entry.isDir) {
       collectFiles(joinPath(folder, entry.name), path, depth + 1, files);
     } else {
-      files.push_back(path);
+      files.emplace_back(path, entry);
     }
   }
 }
 
-std::vector<HfCache::Blob> readBlobs(const std::string& repoPath) {
+std::int64_t freeableOf(const DiskScanner::Entry& entry) { return entry.links < 2 ? entry.privateSize : 0; }
+
+// Where a link leads, read without following anything: its target joined to the link's
+// folder, "." and ".." resolved by name. Nothing for a file that is no link.
+std::optional<std::string> linkDestination(const std::string& link) {
+  std::array<char, 4096> buffer{};
+  const ssize_t length = ::readlink(link.c_str(), buffer.data(), buffer.size());
+  if (length <= 0 || static_cast<std::size_t>(length) == buffer.size()) return std::nullopt;
+  const std::string target(buffer.data(), static_cast<std::size_t>(length));
+  return standardizePath(target.starts_with('/') ? target : joinPath(parentPath(link), target));
+}
+
+std::vector<HfCache::Blob> readBlobs(const std::string& folder) {
   std::vector<HfCache::Blob> blobs;
-  // The folder may be a link to a store that other repositories share: list where it leads.
-  const auto folder = resolvedPath(repoPath + "/blobs");
-  if (!folder) return blobs;
-  const auto entries = DiskScanner::list(*folder);
+  const auto entries = DiskScanner::list(folder);
   if (!entries) return blobs;
   for (const auto& entry : *entries) {
     if (entry.isDir) continue;
     HfCache::Blob blob;
-    blob.path = joinPath(*folder, entry.name);
+    blob.path = joinPath(folder, entry.name);
     blob.incomplete = entry.name.ends_with(".incomplete");
+    blob.size = entry.size;
+    blob.freeable = freeableOf(entry);
     blob.used = lastUsed(blob.path);
-    blob.modified = modificationDate(blob.path);
+    if (blob.incomplete) blob.modified = modificationDate(blob.path);
     blobs.push_back(std::move(blob));
   }
   return blobs;
 }
 
 // commit -> the names of the refs that point at it.
-std::map<std::string, std::vector<std::string>> readRefs(const std::string& repoPath) {
+std::map<std::string, std::vector<std::string>> readRefs(const std::string& repoPath, Usage& taken) {
   std::map<std::string, std::vector<std::string>> refs;
   const std::string folder = repoPath + "/refs";
-  std::vector<std::string> names;
-  collectFiles(folder, "", 0, names);
-  for (const auto& name : names) {
+  std::vector<std::pair<std::string, DiskScanner::Entry>> files;
+  collectFiles(folder, "", 0, files);
+  for (const auto& [name, entry] : files) {
+    taken.size += entry.size;
+    taken.freeable += freeableOf(entry);
     const auto contents = readRegularFile(joinPath(folder, name), longestRef);
     if (!contents) continue;
     const std::string commit = trimmed(*contents);
@@ -97,38 +116,84 @@ std::map<std::string, std::vector<std::string>> readRefs(const std::string& repo
   return refs;
 }
 
-// Where the links of one snapshot lead, every link resolved; regular files lead nowhere.
-std::vector<std::string> linkTargets(const std::string& snapshot) {
+// Where the links of one snapshot lead (regular files lead nowhere), and what the snapshot
+// folder itself takes.
+std::vector<std::string> readSnapshot(HfCache::Revision& revision) {
   std::vector<std::string> targets;
-  const auto real = resolvedPath(snapshot);
-  if (!real) return targets;
-  std::vector<std::string> files;
-  collectFiles(snapshot, "", 0, files);
-  for (const auto& file : files) {
-    auto target = resolvedPath(joinPath(snapshot, file));
-    if (target && *target != joinPath(*real, file)) targets.push_back(std::move(*target));
+  std::vector<std::pair<std::string, DiskScanner::Entry>> files;
+  collectFiles(revision.path, "", 0, files);
+  for (const auto& [file, entry] : files) {
+    revision.size += entry.size;
+    revision.freeable += freeableOf(entry);
+    if (auto target = linkDestination(joinPath(revision.path, file))) targets.push_back(std::move(*target));
   }
   return targets;
+}
+
+// What a repository folder and its parts take, from what was read already: its own blobs
+// (when the blobs folder is a folder in it, not a link to a shared store), refs and
+// snapshots; anything else in it (".no_exist", stray files) is measured.
+std::map<std::string, Usage> folderParts(const std::string& repoPath, const std::vector<DiskScanner::Entry>& entries,
+                                         const std::vector<HfCache::Blob>& blobs, Usage refs, Usage snapshots) {
+  std::map<std::string, Usage> parts{
+      {repoPath + "/refs", refs}, {repoPath + "/snapshots", snapshots}, {repoPath + "/.no_exist", {}}};
+  Usage whole{refs.size + snapshots.size, refs.freeable + snapshots.freeable};
+  for (const auto& entry : entries) {
+    const std::string path = joinPath(repoPath, entry.name);
+    if (entry.isDir && (entry.name == "refs" || entry.name == "snapshots")) continue;
+    if (entry.isDir && entry.name == "blobs") {
+      for (const auto& blob : blobs) {
+        whole.size += blob.size;
+        whole.freeable += blob.freeable;
+      }
+      continue;
+    }
+    Usage part{entry.size, freeableOf(entry)};
+    if (entry.isDir) {
+      const auto [size, freeable] = DiskScanner::usage(path);
+      part = {size, freeable};
+    }
+    parts[path] = part;
+    whole.size += part.size;
+    whole.freeable += part.freeable;
+  }
+  parts[repoPath] = whole;
+  return parts;
 }
 
 }  // namespace
 
 HfCache::RepoReading HfCache::readRepo(Repo repo) {
   RepoReading reading;
-  reading.blobs = readBlobs(repo.path);
-  auto refs = readRefs(repo.path);
+  const auto top = DiskScanner::list(repo.path).value_or(std::vector<DiskScanner::Entry>{});
+  for (const auto& entry : top) {
+    if (entry.name != "blobs") continue;
+    // The folder may be a link to a store that other repositories share: list where it leads.
+    reading.blobFolder = entry.isDir ? repo.path + "/blobs" : resolvedPath(repo.path + "/blobs").value_or("");
+  }
+  if (!reading.blobFolder.empty()) reading.blobs = readBlobs(reading.blobFolder);
+  Usage refsTaken;
+  auto refs = readRefs(repo.path, refsTaken);
+  Usage snapshotsTaken;
   const std::string snapshots = repo.path + "/snapshots";
   if (const auto entries = DiskScanner::list(snapshots)) {
     for (const auto& entry : *entries) {
-      if (!entry.isDir) continue;
+      if (!entry.isDir) {
+        snapshotsTaken.size += entry.size;
+        snapshotsTaken.freeable += freeableOf(entry);
+        continue;
+      }
       Revision revision;
       revision.commit = entry.name;
       revision.path = joinPath(snapshots, entry.name);
       if (const auto found = refs.find(entry.name); found != refs.end()) revision.refs = found->second;
-      reading.targets.push_back(linkTargets(revision.path));
+      reading.targets.push_back(readSnapshot(revision));
+      snapshotsTaken.size += revision.size;
+      snapshotsTaken.freeable += revision.freeable;
       reading.revisions.push_back(std::move(revision));
     }
   }
+  reading.parts = folderParts(repo.path, top, reading.blobs, refsTaken, snapshotsTaken);
   reading.repo = std::move(repo);
   return reading;
 }
@@ -161,17 +226,20 @@ HfCache HfCache::read(const std::string& hub, std::stop_token stop) {
   });
   std::vector<std::vector<std::string>> targets;  // per revision, in the order they are added
   std::map<std::string, std::size_t> blobAt;
+  std::map<std::string, std::string> realBlobFolders;  // as links name them -> where they are
   for (auto& reading : readings) {
     if (reading.repo.path.empty()) continue;  // skipped after a stop request
     for (auto& list : reading.targets) targets.push_back(std::move(list));
+    if (!reading.blobFolder.empty()) realBlobFolders.emplace(reading.repo.path + "/blobs", reading.blobFolder);
     cache.add(std::move(reading), blobAt);
   }
-  cache.link(targets, blobAt);
+  cache.link(targets, blobAt, realBlobFolders);
   return cache;
 }
 
 void HfCache::add(RepoReading reading, std::map<std::string, std::size_t>& blobAt) {
   const std::size_t repoIndex = repos_.size();
+  taken_.merge(reading.parts);
   Repo repo = std::move(reading.repo);
   for (auto& blob : reading.blobs) {
     // A shared store is listed once per repository that links to it; keep one blob per file.
@@ -190,10 +258,16 @@ void HfCache::add(RepoReading reading, std::map<std::string, std::size_t>& blobA
 }
 
 void HfCache::link(const std::vector<std::vector<std::string>>& targets,
-                   const std::map<std::string, std::size_t>& blobAt) {
+                   const std::map<std::string, std::size_t>& blobAt,
+                   const std::map<std::string, std::string>& realBlobFolders) {
   for (std::size_t revision = 0; revision < targets.size(); ++revision) {
     for (const auto& target : targets[revision]) {
-      const auto found = blobAt.find(target);
+      // A link into a blobs folder is matched by name; anything else only after resolving
+      // every link on its way (a link that climbs out of the cache, say).
+      const auto folder = realBlobFolders.find(parentPath(target));
+      const std::string real = folder != realBlobFolders.end() ? joinPath(folder->second, lastPathComponent(target))
+                                                               : resolvedPath(target).value_or("");
+      const auto found = blobAt.find(real);
       if (found == blobAt.end()) continue;  // outside every blobs folder: not ours to count
       auto& linked = revisions_[revision].blobs;
       if (std::find(linked.begin(), linked.end(), found->second) != linked.end()) continue;

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "core/date.h"
+#include "core/measure.h"
 
 namespace tw {
 
@@ -24,8 +25,10 @@ class HfCache {
     std::string path;         // every link in it resolved
     std::size_t repo = 0;     // whose blobs folder holds it
     bool incomplete = false;  // "<hash>.incomplete": a download that never finished
+    std::int64_t size = 0;    // allocated bytes
+    std::int64_t freeable = 0;
     std::optional<Date> used;
-    std::optional<Date> modified;
+    std::optional<Date> modified;        // read for unfinished downloads only
     std::vector<std::size_t> revisions;  // the revisions that link to it
   };
   struct Revision {
@@ -34,6 +37,8 @@ class HfCache {
     std::string path;                // snapshots/<commit>
     std::vector<std::string> refs;   // the refs naming it ("main", "pr/1"); none: detached
     std::vector<std::size_t> blobs;  // the distinct blobs its files link to
+    std::int64_t size = 0;           // of the snapshot folder itself: its links and any plain files
+    std::int64_t freeable = 0;
   };
   struct Repo {
     std::string path;
@@ -51,6 +56,9 @@ class HfCache {
   [[nodiscard]] const std::vector<Revision>& revisions() const { return revisions_; }
   [[nodiscard]] const std::vector<Blob>& blobs() const { return blobs_; }
   [[nodiscard]] std::optional<std::size_t> repoAt(const std::string& path) const;
+  // What each repository folder and its refs, snapshots and other parts take, measured
+  // from the same listings that were read (blobs and revisions carry their own).
+  [[nodiscard]] const std::map<std::string, Usage>& taken() const { return taken_; }
 
   // What removing revisions of one repository deletes so that no other revision loses a
   // file: the whole repository folder when `wholeRepo` and nothing outside it links into
@@ -74,12 +82,14 @@ class HfCache {
   [[nodiscard]] static RepoReading readRepo(Repo repo);
 
   void add(RepoReading reading, std::map<std::string, std::size_t>& blobAt);
-  void link(const std::vector<std::vector<std::string>>& targets, const std::map<std::string, std::size_t>& blobAt);
+  void link(const std::vector<std::vector<std::string>>& targets, const std::map<std::string, std::size_t>& blobAt,
+            const std::map<std::string, std::string>& realBlobFolders);
 
   std::string hub_;
   std::vector<Repo> repos_;
   std::vector<Revision> revisions_;
   std::vector<Blob> blobs_;
+  std::map<std::string, Usage> taken_;
 };
 
 }  // namespace tw

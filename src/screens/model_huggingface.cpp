@@ -36,14 +36,6 @@ std::string downloadHint(const HfCache::Repo& repo) {
   return hint;
 }
 
-std::int64_t freeableOf(const std::vector<std::string>& paths, const std::map<std::string, Usage>& usage) {
-  std::int64_t total = 0;
-  for (const auto& path : paths) {
-    if (const auto found = usage.find(path); found != usage.end()) total += found->second.freeable;
-  }
-  return total;
-}
-
 class HubItems {
  public:
   HubItems(const HfCache& cache, const std::optional<std::string>& hfTool, Date now)
@@ -52,25 +44,27 @@ class HubItems {
   [[nodiscard]] const std::optional<Date>& lastActive() const { return lastActive_; }
 
   std::vector<DevItem> all() {
-    std::vector<std::string> paths;
+    // Blobs and snapshot folders were measured as the cache was read; the rest is measured here.
+    known_ = cache_.taken();
+    for (const auto& blob : cache_.blobs()) known_[blob.path] = {blob.size, blob.freeable};
+    for (const auto& revision : cache_.revisions()) known_[revision.path] = {revision.size, revision.freeable};
+    std::vector<std::string> unmeasured;
     for (std::size_t repo = 0; repo < cache_.repos().size(); ++repo) {
       plans_.push_back(cache_.removalPaths(repo, {}, true));
-      paths.push_back(cache_.repos()[repo].path);
+      unmeasured.push_back(cache_.repos()[repo].path);
     }
-    for (const auto& revision : cache_.revisions()) {
-      revisionPlans_.push_back(cache_.removalPaths(revision.repo, {revision.commit}, false));
-      paths.push_back(revision.path);
+    for (std::size_t index = 0; index < cache_.revisions().size(); ++index) {
+      const auto& revision = cache_.revisions()[index];
+      if (revision.refs.empty()) revisionPlans_[index] = cache_.removalPaths(revision.repo, {revision.commit}, false);
     }
-    for (const auto& plan : plans_) paths.insert(paths.end(), plan.begin(), plan.end());
-    for (const auto& plan : revisionPlans_) paths.insert(paths.end(), plan.begin(), plan.end());
-    for (const auto& blob : cache_.blobs()) paths.push_back(blob.path);
-    usage_ = measure(paths);
+    for (const auto& plan : plans_) unmeasured.insert(unmeasured.end(), plan.begin(), plan.end());
+    for (const auto& [index, plan] : revisionPlans_) unmeasured.insert(unmeasured.end(), plan.begin(), plan.end());
+    std::erase_if(unmeasured, [&](const std::string& path) { return known_.contains(path); });
+    measured_ = measure(unmeasured);
 
     std::vector<DevItem> items;
     for (std::size_t repo = 0; repo < cache_.repos().size(); ++repo) items.push_back(repoItem(repo));
-    for (std::size_t revision = 0; revision < cache_.revisions().size(); ++revision) {
-      if (cache_.revisions()[revision].refs.empty()) items.push_back(detachedItem(revision));
-    }
+    for (const auto& [index, plan] : revisionPlans_) items.push_back(detachedItem(index));
     for (const auto& blob : cache_.blobs()) {
       if (blob.incomplete) items.push_back(incompleteItem(blob));
     }
@@ -78,6 +72,18 @@ class HubItems {
   }
 
  private:
+  [[nodiscard]] Usage usageOf(const std::string& path) const {
+    if (const auto found = known_.find(path); found != known_.end()) return found->second;
+    if (const auto found = measured_.find(path); found != measured_.end()) return found->second;
+    return {};
+  }
+
+  [[nodiscard]] std::int64_t freeableOf(const std::vector<std::string>& paths) const {
+    std::int64_t total = 0;
+    for (const auto& path : paths) total += usageOf(path).freeable;
+    return total;
+  }
+
   DevItem repoItem(std::size_t index) {
     const auto& repo = cache_.repos()[index];
     const auto& plan = plans_[index];
@@ -99,8 +105,8 @@ class HubItems {
     item.name = repo.id;
     item.detail = capitalized(repo.type) + separator + revisions + separator + lastUsedText(used, now_) + separator +
                   tildePath(repo.path);
-    item.size = usage_.at(repo.path).size;
-    item.freeable = freeableOf(plan, usage_);
+    item.size = usageOf(repo.path).size;
+    item.freeable = freeableOf(plan);
     const bool whole = plan.size() == 1 && plan.front() == repo.path;
     if (!whole) item.badges.push_back({"other models link to its files", Badge::Tone::info});
     item.selected = false;  // a whole model is the user's call
@@ -120,15 +126,15 @@ class HubItems {
     const auto& revision = cache_.revisions()[index];
     const auto& repo = cache_.repos()[revision.repo];
     const auto used = cache_.lastUsedOf({index});
-    std::int64_t size = usage_.at(revision.path).size;
-    for (const std::size_t blob : revision.blobs) size += usage_.at(cache_.blobs()[blob].path).size;
+    std::int64_t size = revision.size;
+    for (const std::size_t blob : revision.blobs) size += cache_.blobs()[blob].size;
     DevItem item;
     item.id = revision.path;
     item.name = repo.id + " @ " + revision.commit.substr(0, 8);
     item.detail = std::string("Detached revision: no branch or tag points at it") + separator +
                   lastUsedText(used, now_) + separator + tildePath(revision.path);
     item.size = size;
-    item.freeable = freeableOf(revisionPlans_[index], usage_);
+    item.freeable = freeableOf(revisionPlans_.at(index));
     item.badges.push_back({"detached", Badge::Tone::info});
     item.selected = !usedRecently(used, now_);
     item.action = ownRemoval(cache_.hub(), repo.path, {revision.commit}, false);
@@ -146,8 +152,8 @@ class HubItems {
     item.name = repo.id + ": unfinished download";
     item.detail = lastPathComponent(blob.path) + separator +
                   (touched ? "last written " + ago(*touched, now_) : std::string("last write unknown"));
-    item.size = usage_.at(blob.path).size;
-    item.freeable = usage_.at(blob.path).freeable;
+    item.size = blob.size;
+    item.freeable = blob.freeable;
     item.badges.push_back({"incomplete", Badge::Tone::warn});
     item.selected = !usedRecently(touched, now_);
     item.action = DevAction::removePaths({blob.path});
@@ -158,9 +164,10 @@ class HubItems {
   const HfCache& cache_;
   const std::optional<std::string>& hfTool_;
   Date now_;
-  std::vector<std::vector<std::string>> plans_;          // per repository, removing it whole
-  std::vector<std::vector<std::string>> revisionPlans_;  // per revision, removing it alone
-  std::map<std::string, Usage> usage_;
+  std::vector<std::vector<std::string>> plans_;                    // per repository, removing it whole
+  std::map<std::size_t, std::vector<std::string>> revisionPlans_;  // per detached revision, removing it alone
+  std::map<std::string, Usage> known_;
+  std::map<std::string, Usage> measured_;
   std::optional<Date> lastActive_;
 };
 

@@ -2,7 +2,6 @@
 
 #include "core/format.h"
 #include "core/local_http.h"
-#include "core/measure.h"
 #include "core/path.h"
 #include "screens/model_files.h"
 #include "screens/model_groups.h"
@@ -43,10 +42,12 @@ DevAction orphanRemoval(std::string folder, std::string blobPath) {
   });
 }
 
-std::int64_t freeableOf(const std::vector<std::string>& paths, const std::map<std::string, Usage>& usage) {
-  std::int64_t total = 0;
-  for (const auto& path : paths) {
-    if (const auto found = usage.find(path); found != usage.end()) total += found->second.freeable;
+// What removing the model frees: its manifest and the blobs no other model names.
+std::int64_t freeableOf(const OllamaStore& store, std::size_t index) {
+  const auto& model = store.models()[index];
+  std::int64_t total = model.manifestFreeable;
+  for (const std::size_t blob : model.blobs) {
+    if (store.blobs()[blob].models.size() == 1) total += store.blobs()[blob].freeable;
   }
   return total;
 }
@@ -57,14 +58,12 @@ bool servedAsIs(const std::optional<OllamaServer>& server, const OllamaStore::Mo
   return found != server->digests.end() && withoutAlgorithm(found->second) == withoutAlgorithm(model.digest);
 }
 
-DevItem modelItem(const OllamaStore& store, std::size_t index, const std::optional<OllamaServer>& server,
-                  const std::map<std::string, Usage>& usage, Date now) {
+DevItem modelItem(const OllamaStore& store, std::size_t index, const std::optional<OllamaServer>& server, Date now) {
   const auto& model = store.models()[index];
-  const auto plan = store.removalPaths(index);
   std::size_t shared = 0;
-  std::int64_t size = usage.at(model.manifestPath).size;
+  std::int64_t size = model.manifestSize;
   for (const std::size_t blob : model.blobs) {
-    size += usage.at(store.blobs()[blob].path).size;
+    size += store.blobs()[blob].size;
     if (store.blobs()[blob].models.size() > 1) ++shared;
   }
   const auto used = store.lastUsed(index);
@@ -75,7 +74,7 @@ DevItem modelItem(const OllamaStore& store, std::size_t index, const std::option
   item.name = model.name;
   item.detail = lastUsedText(used, now) + separator + layers + separator + tildePath(store.folder());
   item.size = size;
-  item.freeable = freeableOf(plan, usage);  // a shared layer stays, so it frees nothing
+  item.freeable = freeableOf(store, index);  // a shared layer stays, so it frees nothing
   if (shared > 0) item.badges.push_back({"shares layers", Badge::Tone::info});
   if (!model.missing.empty()) item.badges.push_back({"blobs missing", Badge::Tone::warn});
   item.selected = false;  // a whole model is the user's call
@@ -86,7 +85,7 @@ DevItem modelItem(const OllamaStore& store, std::size_t index, const std::option
   return item;
 }
 
-DevItem orphanItem(const OllamaStore& store, std::size_t index, const std::map<std::string, Usage>& usage, Date now) {
+DevItem orphanItem(const OllamaStore& store, std::size_t index, Date now) {
   const auto& blob = store.blobs()[index];
   // A pull that is running writes to its blobs: that counts as use.
   const auto touched = std::max(blob.used, blob.modified);
@@ -95,8 +94,8 @@ DevItem orphanItem(const OllamaStore& store, std::size_t index, const std::map<s
   item.name = (blob.partial ? "Unfinished download " : "Unused blob ") + blob.name.substr(7, 12);
   item.detail = (touched ? "last touched " + ago(*touched, now) : std::string("last use unknown")) + separator +
                 tildePath(blob.path);
-  item.size = usage.at(blob.path).size;
-  item.freeable = usage.at(blob.path).freeable;
+  item.size = blob.size;
+  item.freeable = blob.freeable;
   item.badges.push_back({blob.partial ? "incomplete" : "orphaned", Badge::Tone::warn});
   item.selected = !usedRecently(touched, now);
   item.action = orphanRemoval(store.folder(), blob.path);
@@ -158,16 +157,12 @@ std::optional<OllamaServer> OllamaServer::find(const Environment& env, const std
 std::vector<DevGroupPtr> ollamaGroups(const std::string& folder, const std::optional<OllamaServer>& server, Date now,
                                       std::stop_token stop) {
   const OllamaStore store = OllamaStore::read(folder, std::move(stop));
-  std::vector<std::string> paths;
-  for (const auto& model : store.models()) paths.push_back(model.manifestPath);
-  for (const auto& blob : store.blobs()) paths.push_back(blob.path);
-  const auto usage = measure(paths);
 
   std::vector<DevGroupPtr> groups;
   std::vector<DevItem> models;
   std::optional<Date> lastActive;
   for (std::size_t index = 0; index < store.models().size(); ++index) {
-    models.push_back(modelItem(store, index, server, usage, now));
+    models.push_back(modelItem(store, index, server, now));
     lastActive = std::max(lastActive, store.lastUsed(index));
   }
   if (!models.empty()) {
@@ -178,7 +173,7 @@ std::vector<DevGroupPtr> ollamaGroups(const std::string& folder, const std::opti
     groups.push_back(std::move(group));
   }
   std::vector<DevItem> orphans;
-  for (const std::size_t index : store.orphans()) orphans.push_back(orphanItem(store, index, usage, now));
+  for (const std::size_t index : store.orphans()) orphans.push_back(orphanItem(store, index, now));
   if (!orphans.empty()) {
     sortByFreeable(orphans);
     auto group = std::make_shared<DevGroup>("ollama-orphans:" + folder, "Ollama orphaned downloads",

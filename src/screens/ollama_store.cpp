@@ -66,9 +66,11 @@ std::string sha256Digest(const std::string& bytes) {
   return text;
 }
 
-// Every tag file exactly `manifestDepth` levels below `folder`, as relative paths.
+std::int64_t freeableOf(const DiskScanner::Entry& entry) { return entry.links < 2 ? entry.privateSize : 0; }
+
+// Every tag file exactly `manifestDepth` levels below `folder`, with its path relative to it.
 void collectManifests(const std::string& folder, const std::string& relative, int depth,
-                      std::vector<std::string>& found) {
+                      std::vector<std::pair<std::string, DiskScanner::Entry>>& found) {
   const auto entries = DiskScanner::list(folder);
   if (!entries) return;
   for (const auto& entry : *entries) {
@@ -76,7 +78,7 @@ void collectManifests(const std::string& folder, const std::string& relative, in
     if (entry.isDir && depth + 1 < manifestDepth) {
       collectManifests(joinPath(folder, entry.name), path, depth + 1, found);
     } else if (!entry.isDir && depth + 1 == manifestDepth) {
-      found.push_back(path);
+      found.emplace_back(path, entry);
     }
   }
 }
@@ -116,19 +118,22 @@ OllamaStore OllamaStore::read(const std::string& folder, std::stop_token stop) {
       blob.name = entry.name;
       blob.path = joinPath(blobFolder, entry.name);
       blob.partial = entry.name.find("-partial") != std::string::npos;
+      blob.size = entry.size;
+      blob.freeable = freeableOf(entry);
       blob.used = tw::lastUsed(blob.path);
-      blob.modified = modificationDate(blob.path);
       blobAt.emplace(blob.name, store.blobs_.size());
       store.blobs_.push_back(std::move(blob));
     }
   }
-  std::vector<std::string> manifests;
+  std::vector<std::pair<std::string, DiskScanner::Entry>> manifests;
   collectManifests(folder + "/manifests", "", 0, manifests);
-  std::sort(manifests.begin(), manifests.end());
-  for (const auto& relative : manifests) {
+  std::sort(manifests.begin(), manifests.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (const auto& [relative, entry] : manifests) {
     if (stop.stop_requested()) break;
     Model model;
     model.manifestPath = folder + "/manifests/" + relative;
+    model.manifestSize = entry.size;
+    model.manifestFreeable = freeableOf(entry);
     const auto contents = readRegularFile(model.manifestPath, largestManifest);
     if (!contents) continue;
     const auto names = blobsNamedBy(*contents);
@@ -146,6 +151,10 @@ OllamaStore OllamaStore::read(const std::string& folder, std::stop_token stop) {
       store.blobs_[found->second].models.push_back(index);
     }
     store.models_.push_back(std::move(model));
+  }
+  // Whether a blob no manifest names is still being written decides whether it is offered.
+  for (auto& blob : store.blobs_) {
+    if (blob.models.empty()) blob.modified = modificationDate(blob.path);
   }
   return store;
 }

@@ -18,15 +18,19 @@ class OllamaStore {
   struct Blob {
     std::string name;  // "sha256-<hex>", or a partial download's name
     std::string path;
-    bool partial = false;  // "sha256-<hex>-partial...": a pull that was cut short or is running
+    bool partial = false;   // "sha256-<hex>-partial...": a pull that was cut short or is running
+    std::int64_t size = 0;  // allocated bytes
+    std::int64_t freeable = 0;
     std::optional<Date> used;
-    std::optional<Date> modified;
+    std::optional<Date> modified;     // read for blobs no manifest names only
     std::vector<std::size_t> models;  // the models whose manifests name it
   };
   struct Model {
     std::string name;  // as `ollama list` shows it: "llama3:latest", "user/model:tag"
     std::string manifestPath;
-    std::string digest;                // "sha256:<hex>" of the manifest, as the server reports it
+    std::string digest;  // "sha256:<hex>" of the manifest, as the server reports it
+    std::int64_t manifestSize = 0;
+    std::int64_t manifestFreeable = 0;
     std::vector<std::size_t> blobs;    // the distinct blobs it names that exist
     std::vector<std::string> missing;  // blobs it names that are not there
   };

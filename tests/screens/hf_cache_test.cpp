@@ -211,6 +211,40 @@ TEST(HuggingFaceRemoval, RemovingAWholeModelFreesWhatItsItemSaysToTheByte) {
   }
 }
 
+TEST(HuggingFaceRemoval, ABlobStoreSharedByRepositoriesKeepsWhatAnyOtherStillLinksTo) {
+  FakeHome home;
+  HubCacheBuilder hub(home / "hub");
+  const std::string store = home.folder("hub/shared-blobs");
+  const std::string first = hub.repoFolder("model", "org/first");
+  const std::string second = hub.repoFolder("model", "org/second");
+  for (const auto& repo : {first, second}) {
+    makeFolders(repo);
+    std::filesystem::create_symlink("../shared-blobs", repo + "/blobs");
+  }
+  const std::string own = hub.blob(first, 300'000, 'f');
+  const std::string both = hub.blob(first, 200'000, 'b');
+  const std::string theirs = hub.blob(second, 100'000, 's');
+  hub.revision(first, "c1", {{"model.bin", {first, own}}, {"vocab.txt", {first, both}}});
+  hub.ref(first, "main", "c1");
+  hub.revision(second, "c2", {{"model.bin", {second, theirs}}, {"vocab.txt", {second, both}}});
+  hub.ref(second, "main", "c2");
+
+  const auto cache = HfCache::read(hub.hub());
+  EXPECT_EQ(cache.blobs().size(), 3u);  // one store, listed once
+  EXPECT_THAT(cache.removalPaths(*cache.repoAt(first), {}, true),
+              UnorderedElementsAre(first + "/snapshots", first + "/refs", first + "/.no_exist", store + "/" + own));
+
+  const auto group = huggingFaceGroup(hub.hub(), std::nullopt, std::chrono::system_clock::now());
+  const auto& model = itemWithId(*group, first);
+  EXPECT_EQ(model.freeable, blocksOf(store + "/" + own) + blocksOf(first + "/snapshots/c1/model.bin") +
+                                blocksOf(first + "/snapshots/c1/vocab.txt") + blocksOf(first + "/refs/main"));
+  ASSERT_EQ(model.action.perform(), std::nullopt);
+  EXPECT_FALSE(exists(store + "/" + own));
+  EXPECT_TRUE(exists(store + "/" + both));
+  EXPECT_TRUE(exists(store + "/" + theirs));
+  EXPECT_THAT(brokenLinksBelow(second), IsEmpty());
+}
+
 TEST(HuggingFaceCache, OddEntriesNeitherCountNorHangNorLeakBytes) {
   FakeHome home;
   HubCacheBuilder cache(home / "hub");
