@@ -8,20 +8,13 @@
 #   TW_BENCH_RUNS=5 bench/scan.sh
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build="$root/build-release"
 files="${TW_BENCH_FILES:-500000}"
 runs="${TW_BENCH_RUNS:-10}"
 tree="${TW_BENCH_DIR:-/tmp/tw-bench}/tree-$files"
 results="${TW_BENCH_DIR:-/tmp/tw-bench}/results"
 mkdir -p "$results"
 
-# -O2 rather than CMake's -O3: GCC 12 raises false -Wrestrict errors inside std::string at -O3.
-if [ ! -f "$build/build.ninja" ]; then
-  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG" \
-    -DTIDEWARDEN_TESTS=OFF >/dev/null
-fi
-cmake --build "$build" --target tidewarden >/dev/null
-tidewarden="$build/src/tidewarden"
+. "$root/bench/release_build.sh"
 
 python3 "$root/bench/make_tree.py" --files "$files" --seed 1 "$tree"
 

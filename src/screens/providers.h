@@ -21,11 +21,5 @@ struct Toolchains {
 struct IDELeftovers {
   static ProviderResult load();
 };
-struct DockerDeep {
-  static ProviderResult load();
-};
-struct AIModels {
-  static ProviderResult scan(const std::string& home, const std::map<std::string, std::string>& env);
-};
 
 }  // namespace tw

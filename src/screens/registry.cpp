@@ -4,6 +4,8 @@
 #include <cstdlib>
 
 #include "dedupe/dedupe.h"
+#include "screens/ai_models.h"
+#include "screens/docker.h"
 #include "screens/git_repos.h"
 #include "screens/large_files.h"
 #include "screens/projects.h"
@@ -78,7 +80,7 @@ std::vector<DevScreen> makeDeveloper() {
       {Pane::docker, "Docker", "shippingbox",
        "Images, volumes and build cache, with what's in use, plus the VM disk that never shrinks on its "
        "own. Works with Docker Desktop, Colima and OrbStack.",
-       "Remove Selected", Bar::none, true, [](const Context&) { return DockerDeep::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context& context) { return DockerDeep::load(context); }},
       {Pane::git, "Git Repos", "externaldrive.badge.timemachine",
        "Repositories with lots of loose objects, garbage or Git LFS cache. Compacted with git's own gc, so "
        "nothing you need is lost.",
@@ -86,8 +88,7 @@ std::vector<DevScreen> makeDeveloper() {
       {Pane::ai, "AI Models", "brain",
        "Local models from Hugging Face, Ollama, LM Studio, PyTorch, Whisper and GPT4All, with when each was "
        "last used.",
-       "Delete Models", Bar::none, true,
-       [](const Context& context) { return AIModels::scan(context.home, context.env); }},
+       "Delete Models", Bar::none, true, [](const Context& context) { return AIModels::scan(context); }},
       {Pane::dedupe, "Clone Dedupe", "square.on.square",
        "Finds identical files across your projects, worktrees and node_modules and turns the copies into "
        "APFS clones. Every file stays where it is and nothing is deleted; the copies just stop taking "

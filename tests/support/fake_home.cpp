@@ -14,8 +14,6 @@
 #include <stdexcept>
 #include <thread>
 
-extern char** environ;
-
 namespace tw::test {
 namespace fs = std::filesystem;
 
@@ -65,6 +63,12 @@ Context FakeHome::context() const {
   Context context = Context::fromEnvironment(Context::processEnvironment());
   context.settings = settings_;
   context.history = history_;
+  return context;
+}
+
+Context FakeHome::context(Environment env) const {
+  Context context = this->context();
+  context.env = std::move(env);
   return context;
 }
 
@@ -147,24 +151,24 @@ void removeTree(const std::string& path) {
   }
 }
 
-RunResult runProcess(const std::vector<std::string>& command,
-                     const std::map<std::string, std::optional<std::string>>& environment,
-                     const std::string& workingDirectory) {
-  std::map<std::string, std::string> merged;
-  for (char** entry = environ; *entry != nullptr; ++entry) {
-    const std::string text(*entry);
-    const auto equals = text.find('=');
-    if (equals != std::string::npos) merged[text.substr(0, equals)] = text.substr(equals + 1);
-  }
-  for (const auto& [name, value] : environment) {
+std::vector<std::string> environmentWith(const std::map<std::string, std::optional<std::string>>& changes) {
+  Environment merged = Context::processEnvironment();
+  for (const auto& [name, value] : changes) {
     if (value) {
       merged[name] = *value;
     } else {
       merged.erase(name);
     }
   }
-  std::vector<std::string> envText;
-  for (const auto& [name, value] : merged) envText.push_back(name + "=" + value);
+  std::vector<std::string> entries;
+  for (const auto& [name, value] : merged) entries.push_back(name + "=" + value);
+  return entries;
+}
+
+RunResult runProcess(const std::vector<std::string>& command,
+                     const std::map<std::string, std::optional<std::string>>& environment,
+                     const std::string& workingDirectory) {
+  std::vector<std::string> envText = environmentWith(environment);
   std::vector<char*> envp;
   for (auto& text : envText) envp.push_back(text.data());
   envp.push_back(nullptr);

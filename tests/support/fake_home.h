@@ -29,6 +29,8 @@ class FakeHome {
   // (so variables a test sets later, such as git's, are in it), and one settings store and
   // history shared by every context it hands out.
   [[nodiscard]] Context context() const;
+  // The same with `env` as the whole environment, for code that reads variables from it.
+  [[nodiscard]] Context context(Environment env) const;
   // An absolute path for a path relative to the fake home.
   [[nodiscard]] std::string operator/(const std::string& relative) const;
 
@@ -82,6 +84,11 @@ struct RunResult {
   std::string out;
   std::string err;
 };
+
+// This process's environment as "NAME=value" entries with `changes` applied (a null value
+// unsets), for a child's envp.
+[[nodiscard]] std::vector<std::string> environmentWith(
+    const std::map<std::string, std::optional<std::string>>& changes);
 
 // Runs `command` (argv[0] is looked up in PATH) and waits; `environment` entries are
 // set (a null value unsets) on top of this process's environment.

@@ -1,0 +1,7 @@
+#include "screens/ai_locations.h"
+
+namespace tw {
+
+const ModelLocations& platformModelLocations() { return macOSModelLocations(); }
+
+}  // namespace tw

@@ -1,0 +1,7 @@
+#include "screens/docker_locations.h"
+
+namespace tw {
+
+const DockerLocations& platformDockerLocations() { return linuxDockerLocations(); }
+
+}  // namespace tw
