@@ -5,7 +5,6 @@
 #include "core/format.h"
 #include "core/measure.h"
 #include "fs/path.h"
-#include "fs/stat_times.h"
 #include "fs/usage.h"
 #include "screens/ai_models.h"
 #include "screens/screen_order.h"
@@ -102,13 +101,6 @@ std::vector<std::pair<std::string, std::string>> modelsIn(Store store, const std
 }
 
 }  // namespace
-
-std::optional<Date> modificationDate(const std::string& path) {
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
-  const std::int64_t nanoseconds = modifiedNanoseconds(info);
-  return Date{std::chrono::duration_cast<Date::duration>(std::chrono::nanoseconds{nanoseconds})};
-}
 
 std::optional<Date> newestUse(const std::string& path) {
   struct stat info {};

@@ -6,11 +6,9 @@
 #include "core/date.h"
 #include "core/dev_group.h"
 #include "screens/ai_locations.h"
+#include "screens/folder_entries.h"
 
 namespace tw {
-
-// When a file was last written (a link is not followed); nothing when it cannot be read.
-[[nodiscard]] std::optional<Date> modificationDate(const std::string& path);
 
 // When anything in a file or folder was last used: the newest access time below it.
 [[nodiscard]] std::optional<Date> newestUse(const std::string& path);
