@@ -10,6 +10,7 @@
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"
+#include "screens/toolchains.h"
 #include "screens/worktrees.h"
 
 extern char** environ;
@@ -30,16 +31,6 @@ constexpr PaneName paneNames[] = {
     {Pane::ide, "ide"},           {Pane::docker, "docker"},         {Pane::ai, "ai"},
     {Pane::dedupe, "dedupe"},     {Pane::history, "history"},
 };
-
-std::map<std::string, std::string> processEnvironment() {
-  std::map<std::string, std::string> env;
-  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
-    const std::string_view text(*entry);
-    const std::size_t equals = text.find('=');
-    if (equals != std::string_view::npos) env.emplace(text.substr(0, equals), text.substr(equals + 1));
-  }
-  return env;
-}
 
 std::vector<DevScreen> makeCleanup() {
   using Bar = DevScreen::Bar;
@@ -107,6 +98,16 @@ std::vector<DevScreen> makeDeveloper() {
 }
 
 }  // namespace
+
+std::map<std::string, std::string> processEnvironment() {
+  std::map<std::string, std::string> env;
+  for (char** entry = environ; entry != nullptr && *entry != nullptr; ++entry) {
+    const std::string_view text(*entry);
+    const std::size_t equals = text.find('=');
+    if (equals != std::string_view::npos) env.emplace(text.substr(0, equals), text.substr(equals + 1));
+  }
+  return env;
+}
 
 const std::vector<Pane>& allPanes() {
   static const std::vector<Pane> panes = [] {

@@ -39,6 +39,9 @@ enum class Pane {
 [[nodiscard]] std::string_view rawValue(Pane pane);
 [[nodiscard]] std::optional<Pane> paneNamed(std::string_view rawValue);
 
+// This process's environment, read when called.
+[[nodiscard]] std::map<std::string, std::string> processEnvironment();
+
 struct DevScreen {
   enum class Bar { none, roots, rootsNoFilter, rootsAdvisor };
 

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tw {
+
+// What running programs are using right now: the program file, the working folder and
+// every open file of each process this user may inspect, as resolved paths. A version of
+// a tool, an IDE cache or an emulator is in use while any of them lies inside it.
+class PathsInUse {
+ public:
+  // A fresh look at the running processes.
+  [[nodiscard]] static PathsInUse snapshot();
+  explicit PathsInUse(std::vector<std::string> paths);
+
+  // Whether anything in use is `folder` itself or lies inside it (compared resolved).
+  [[nodiscard]] bool inside(const std::string& folder) const;
+
+ private:
+  std::vector<std::string> sorted_;
+};
+
+// The platform's list of paths that running processes use; see PathsInUse.
+[[nodiscard]] std::vector<std::string> runningProcessPaths();
+
+}  // namespace tw
