@@ -24,9 +24,6 @@ struct SystemData {
 struct Simulators {
   static ProviderResult load();
 };
-struct IDELeftovers {
-  static ProviderResult load();
-};
 struct DockerDeep {
   static ProviderResult load();
 };

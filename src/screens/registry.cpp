@@ -7,6 +7,7 @@
 #include "core/sample_mode.h"
 #include "dedupe/dedupe.h"
 #include "screens/git_repos.h"
+#include "screens/ide_leftovers.h"
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"

@@ -188,3 +188,68 @@ inline void stockToolchainHome(FakeHome& home) {
 }
 
 }  // namespace tw::test
+
+namespace tw::test {
+
+// JetBrains IDEs with three versions of two products and two of Android Studio, VS Code
+// with ".obsolete", three versions of one extension, a downgraded one and workspace data of
+// deleted and existing projects, and Gradle distributions one project names and two nobody does.
+inline void stockIDEHome(FakeHome& home) {
+  for (const std::string version : {"2022.3", "2023.2", "2023.3"}) {
+    home.file(".config/JetBrains/IntelliJIdea" + version + "/options/keymap.xml", 8'000);
+    home.file(".cache/JetBrains/IntelliJIdea" + version + "/index/data", 90'000);
+    home.file(".local/share/JetBrains/IntelliJIdea" + version + "/kotlin/lib/kotlin.jar", 30'000);
+    home.file(".local/share/JetBrains/IntelliJIdea" + version + "/rust/lib/rust.jar", 30'000);
+  }
+  for (const std::string version : {"2022.1", "2023.1", "2023.3"}) {
+    home.file(".config/JetBrains/PyCharmCE" + version + "/options/ui.xml", 6'000);
+    home.file(".cache/JetBrains/PyCharmCE" + version + "/caches/x", 50'000);
+  }
+  home.file(".config/Google/AndroidStudio2022.2/options/a.xml", 6'000);
+  home.file(".config/Google/AndroidStudio2023.1/options/a.xml", 6'000);
+  home.file(".local/share/JetBrains/Toolbox/apps/state.json", 4'000);
+  home.file(".config/JetBrains/consentOptions/accepted", 100);
+
+  for (const std::string name :
+       {"ms-python.python-2023.20.0", "ms-python.python-2023.22.0", "ms-python.python-2024.0.1",
+        "esbenp.prettier-vscode-10.1.0", "ms-vscode.cpptools-1.17.5-linux-x64", "ms-vscode.cpptools-1.18.5-linux-x64",
+        "golang.go-0.40.0", "golang.go-0.41.0"}) {
+    home.file(".vscode/extensions/" + name + "/package.json", 20'000);
+  }
+  home.fileWithContents(".vscode/extensions/.obsolete", R"({"ms-vscode.cpptools-1.17.5-linux-x64": true})");
+  home.fileWithContents(".vscode/extensions/extensions.json",
+                        R"([{"identifier": {"id": "ms-python.python"}, "relativeLocation": "ms-python.python-2024.0.1"},
+                            {"identifier": {"id": "esbenp.prettier-vscode"}, "relativeLocation": "esbenp.prettier-vscode-10.1.0"},
+                            {"identifier": {"id": "ms-vscode.cpptools"}, "relativeLocation": "ms-vscode.cpptools-1.18.5-linux-x64"},
+                            {"identifier": {"id": "golang.go"}, "relativeLocation": "golang.go-0.40.0"}])");
+  const auto workspace = [&](const std::string& id, const std::string& json) {
+    home.fileWithContents(".config/Code/User/workspaceStorage/" + id + "/workspace.json", json);
+    home.file(".config/Code/User/workspaceStorage/" + id + "/state.vscdb", 12'000);
+  };
+  project(home, "web");
+  workspace("a1", R"({"folder": "file://)" + home.path() + R"(/code/gone"})");
+  workspace("b2", R"({"folder": "file://)" + home.path() + R"(/code/web"})");
+  workspace("c3", R"({"folder": "file:///media/usb/old-project"})");
+  workspace("d4", R"({"folder": "vscode-remote://ssh-remote%2Bbox/home/me/app"})");
+  workspace("e5", "{ damaged");
+  workspace("f6", R"({"workspace": "file://)" + home.path() + R"(/code/My%20Gone/all.code-workspace"})");
+  home.file(".config/Code/Cache/data_1", 30'000);
+  home.file(".config/Code/CachedData/1a2b3c/chrome.bin", 40'000);
+  home.file(".config/Code/logs/20240101T100000/main.log", 5'000);
+  home.file(".config/Code/User/settings.json", 300);
+
+  for (const std::string dist : {"gradle-8.2-bin", "gradle-7.4-all", "gradle-6.9-bin"}) {
+    const std::string version = dist.substr(7, dist.size() - 11);
+    home.file(".gradle/wrapper/dists/" + dist + "/3k1x9/gradle-" + version + "/lib/gradle-core.jar", 60'000);
+  }
+  for (const std::string version : {"8.2", "7.4", "6.9"})
+    home.file(".gradle/caches/" + version + "/generated/x", 25'000);
+  home.file(".gradle/caches/modules-2/files-2.1/lib.jar", 70'000);
+  home.file(".gradle/daemon/7.4/daemon-1.out.log", 9'000);
+  home.fileWithContents("code/android/gradle/wrapper/gradle-wrapper.properties",
+                        "distributionBase=GRADLE_USER_HOME\n"
+                        "distributionUrl=https\\://services.gradle.org/distributions/gradle-8.2-bin.zip\n");
+  home.file("code/android/settings.gradle", 40);
+}
+
+}  // namespace tw::test
