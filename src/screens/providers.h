@@ -21,9 +21,6 @@ struct Uninstaller {
 struct SystemData {
   static ProviderResult load();
 };
-struct Simulators {
-  static ProviderResult load();
-};
 struct DockerDeep {
   static ProviderResult load();
 };

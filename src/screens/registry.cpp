@@ -11,6 +11,7 @@
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"
+#include "screens/simulators.h"
 #include "screens/toolchains.h"
 #include "screens/worktrees.h"
 

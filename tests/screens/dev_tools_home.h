@@ -253,3 +253,33 @@ inline void stockIDEHome(FakeHome& home) {
 }
 
 }  // namespace tw::test
+
+namespace tw::test {
+
+// An Android SDK with three system images and two virtual devices that both boot the same
+// one (the second names it by an absolute path, and its .ini points somewhere it must not
+// lead), snapshots of one device, and the SDK's avdmanager and sdkmanager as stand-ins.
+inline void stockAndroidHome(FakeHome& home) {
+  for (const std::string image :
+       {"android-34/google_apis/x86_64", "android-30/default/x86_64", "android-33/google_apis_playstore/x86_64"}) {
+    home.file("Android/Sdk/system-images/" + image + "/system.img", 70'000);
+  }
+  home.fileWithContents(".android/avd/Pixel_7.ini", "avd.ini.encoding=UTF-8\npath=" + home.path() +
+                                                        "/.android/avd/Pixel_7.avd\npath.rel=avd/Pixel_7.avd\n");
+  home.fileWithContents(
+      ".android/avd/Pixel_7.avd/config.ini",
+      "avd.ini.displayname=Pixel 7 API 34\nimage.sysdir.1=system-images/android-34/google_apis/x86_64/\n");
+  home.file(".android/avd/Pixel_7.avd/userdata-qemu.img", 80'000);
+  home.file(".android/avd/Pixel_7.avd/snapshots/default_boot/ram.bin", 50'000);
+  home.file(".android/avd/Pixel_7.avd/snapshots/before-login/ram.bin", 30'000);
+  home.fileWithContents(".android/avd/Tablet.ini", "path=/etc\n");
+  home.fileWithContents(".android/avd/Tablet.avd/config.ini",
+                        "image.sysdir.1=" + home.path() + "/Android/Sdk/system-images/android-34/google_apis/x86_64\n");
+  home.file(".android/avd/Tablet.avd/userdata-qemu.img", 40'000);
+  standIn(home, "Android/Sdk/cmdline-tools/latest/bin/avdmanager",
+          R"(rm -rf "$HOME/.android/avd/$4.avd" "$HOME/.android/avd/$4.ini")");
+  standIn(home, "Android/Sdk/cmdline-tools/latest/bin/sdkmanager",
+          R"sh(rm -rf "${1#--sdk_root=}/$(echo "$3" | tr ';' '/')")sh");
+}
+
+}  // namespace tw::test
