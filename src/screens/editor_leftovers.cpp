@@ -4,6 +4,7 @@
 // editor keeps per-workspace data in User/workspaceStorage, also for projects long gone,
 // and caches and logs it rebuilds on its own.
 
+#include <functional>
 #include <map>
 #include <regex>
 #include <set>
@@ -52,30 +53,35 @@ struct Listed {
   std::set<std::string> names;
 };
 
-Listed installedExtensions(const std::string& folder) {
-  const std::string path = folder + "/extensions.json";
+// The folder names a JSON file of the editor lists, through `collect`.
+Listed readListed(const std::string& path, const std::function<bool(const nlohmann::json&, Listed&)>& collect) {
   Listed listed{true, pathExists(path), {}};
   if (!listed.present) return listed;
   const auto json = readJSON(path);
-  if (!json || !json->is_array()) return {false, true, {}};
-  for (const auto& entry : *json) {
-    if (entry.is_object() && entry.contains("relativeLocation") && entry["relativeLocation"].is_string()) {
-      listed.names.insert(entry["relativeLocation"].get<std::string>());
-    }
-  }
+  if (!json || !collect(*json, listed)) return {false, true, {}};
   return listed;
 }
 
+Listed installedExtensions(const std::string& folder) {
+  return readListed(folder + "/extensions.json", [](const nlohmann::json& json, Listed& listed) {
+    if (!json.is_array()) return false;
+    for (const auto& entry : json) {
+      if (entry.is_object() && entry.contains("relativeLocation") && entry["relativeLocation"].is_string()) {
+        listed.names.insert(entry["relativeLocation"].get<std::string>());
+      }
+    }
+    return true;
+  });
+}
+
 Listed obsoleteExtensions(const std::string& folder) {
-  const std::string path = folder + "/.obsolete";
-  Listed listed{true, pathExists(path), {}};
-  if (!listed.present) return listed;
-  const auto json = readJSON(path);
-  if (!json || !json->is_object()) return {false, true, {}};
-  for (const auto& [name, flag] : json->items()) {
-    if (flag == true) listed.names.insert(name);
-  }
-  return listed;
+  return readListed(folder + "/.obsolete", [](const nlohmann::json& json, Listed& listed) {
+    if (!json.is_object()) return false;
+    for (const auto& [name, flag] : json.items()) {
+      if (flag == true) listed.names.insert(name);
+    }
+    return true;
+  });
 }
 
 PendingItem extensionItem(const std::string& folder, const ExtensionFolder& extension, const std::string& reason,

@@ -80,9 +80,8 @@ std::string itemName(const InstalledVersion& version) {
   return version.candidate.empty() ? version.name : version.candidate + " " + version.name;
 }
 
-DevItem versionItem(const FoundManager& found, const InstalledVersion& version, const Usage& usage,
-                    const World& world) {
-  const VersionState state = stateOf(found, version, world);
+DevItem versionItem(const FoundManager& found, const InstalledVersion& version, const VersionState& state,
+                    const Usage& usage, const World& world) {
   DevItem item;
   item.id = version.paths.front();
   item.name = itemName(version);
@@ -100,15 +99,13 @@ DevItem versionItem(const FoundManager& found, const InstalledVersion& version, 
   return item;
 }
 
-DevGroupPtr managerGroup(const FoundManager& found, std::vector<DevItem> items, const World& world) {
+DevGroupPtr managerGroup(const FoundManager& found, std::vector<DevItem> items, std::optional<Date> lastActive,
+                         const World& world) {
   const auto& findings = found.findings;
   const std::string subtitle = world.input.tilde(findings.versionsFolder) + " \u00b7 " + std::to_string(items.size()) +
                                (items.size() == 1 ? " version" : " versions");
   auto group = std::make_shared<DevGroup>(found.manager->id, found.manager->title, subtitle, "wrench.and.screwdriver");
-  for (const auto& version : found.findings.versions) {
-    const auto used = lastRun(*found.manager, version, keysFor(found, version));
-    if (used && (!group->lastActive || *used > *group->lastActive)) group->lastActive = used;
-  }
+  group->lastActive = lastActive;
   if (!findings.problems.empty()) group->setNote(failClosedNote(findings.problems));
   sortByFreeable(items);
   group->setItems(std::move(items));
@@ -152,9 +149,13 @@ ProviderResult Toolchains::scan(const DevToolsInput& input, const DevToolTables&
   std::size_t next = 0;
   for (const auto& found : managers) {
     std::vector<DevItem> items;
-    for (const auto& version : found.findings.versions)
-      items.push_back(versionItem(found, version, usages[next++], world));
-    groups.push_back(managerGroup(found, std::move(items), world));
+    std::optional<Date> lastActive;
+    for (const auto& version : found.findings.versions) {
+      const VersionState state = stateOf(found, version, world);
+      if (state.lastUsed && (!lastActive || *state.lastUsed > *lastActive)) lastActive = state.lastUsed;
+      items.push_back(versionItem(found, version, state, usages[next++], world));
+    }
+    groups.push_back(managerGroup(found, std::move(items), lastActive, world));
   }
   for (const auto& manager : tables.toolchains) {
     if (manager.kind != Kind::homebrew || input.stop.stop_requested()) continue;

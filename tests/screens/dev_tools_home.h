@@ -123,6 +123,31 @@ inline const DevGroupPtr groupWithId(const ProviderResult& result, const std::st
   return nullptr;
 }
 
+inline std::vector<std::vector<std::string>> commandsOf(const DevItem& item) {
+  const auto* commands = std::get_if<DevAction::Commands>(&item.action.value);
+  return commands != nullptr ? commands->commands : std::vector<std::vector<std::string>>{};
+}
+
+// Performs every pre-selected item's action, as `clean --selected --yes` does; the ids
+// of the items, in order.
+inline std::vector<std::string> performPreselected(const ProviderResult& result) {
+  std::vector<std::string> performed;
+  for (const auto& group : result.groups) {
+    for (const auto& item : group->items()) {
+      if (!item.selected) continue;
+      EXPECT_EQ(item.action.perform(), std::nullopt) << item.name;
+      performed.push_back(item.id);
+    }
+  }
+  return performed;
+}
+
+inline void expectNothingPreselected(const ProviderResult& result) {
+  for (const auto& group : result.groups) {
+    for (const auto& item : group->items()) EXPECT_FALSE(item.selected) << group->id << " " << item.name;
+  }
+}
+
 // A project folder under ~/code that git would call a repository.
 inline std::string project(FakeHome& home, const std::string& name) {
   home.folder("code/" + name + "/.git");

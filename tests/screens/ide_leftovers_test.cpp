@@ -60,12 +60,7 @@ TEST(IDELeftovers, CleaningThePreselectedItemsLeavesNothingPreselectedAndKeepsWh
   FakeHome home;
   stockIDEHome(home);
   const auto result = IDELeftovers::scan(inputFor(home), linuxDevToolTables());
-  for (const auto& group : result.groups) {
-    for (const auto& item : group->items()) {
-      if (!item.selected) continue;
-      EXPECT_EQ(item.action.perform(), std::nullopt) << item.name;
-    }
-  }
+  performPreselected(result);
   for (const std::string gone :
        {".cache/JetBrains/IntelliJIdea2022.3", ".cache/JetBrains/PyCharmCE2023.1",
         ".vscode/extensions/ms-python.python-2023.20.0", ".config/Code/User/workspaceStorage/a1", ".config/Code/Cache",
@@ -80,10 +75,7 @@ TEST(IDELeftovers, CleaningThePreselectedItemsLeavesNothingPreselectedAndKeepsWh
     EXPECT_TRUE(exists(home / kept)) << kept;
   }
   EXPECT_TRUE(exists(home / ".local/share/Trash/files/ms-python.python-2023.20.0/package.json"));
-  const auto again = IDELeftovers::scan(inputFor(home), linuxDevToolTables());
-  for (const auto& group : again.groups) {
-    for (const auto& item : group->items()) EXPECT_FALSE(item.selected) << item.name;
-  }
+  expectNothingPreselected(IDELeftovers::scan(inputFor(home), linuxDevToolTables()));
 }
 
 TEST(IDELeftovers, ListsThatCannotBeReadKeepEverythingTheyCouldProtectUnselected) {

@@ -12,11 +12,6 @@ using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using ::testing::UnorderedElementsAre;
 
-std::vector<std::vector<std::string>> commandsOf(const DevItem& item) {
-  const auto* commands = std::get_if<DevAction::Commands>(&item.action.value);
-  return commands != nullptr ? commands->commands : std::vector<std::vector<std::string>>{};
-}
-
 TEST(Simulators, OffersDevicesWithTheirSnapshotsAndPreselectsSystemImagesNoDeviceUses) {
   FakeHome home;
   stockAndroidHome(home);
@@ -50,12 +45,7 @@ TEST(Simulators, RemovesThroughTheSdkToolsAndAfterwardsOffersNothingPreselected)
   FakeHome home;
   stockAndroidHome(home);
   const auto result = Simulators::scan(inputFor(home), linuxDevToolTables());
-  for (const auto& group : result.groups) {
-    for (const auto& item : group->items()) {
-      if (!item.selected) continue;
-      EXPECT_EQ(item.action.perform(), std::nullopt) << item.name;
-    }
-  }
+  performPreselected(result);
   EXPECT_EQ(itemNamed(result, "Tablet")->action.perform(), std::nullopt);
   const std::string sdk = "--sdk_root=" + home.path() + "/Android/Sdk";
   EXPECT_THAT(toolCalls(home),

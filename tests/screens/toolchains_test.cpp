@@ -25,11 +25,6 @@ using ::testing::UnorderedElementsAre;
 
 const std::string host = "-x86_64-unknown-linux-gnu";
 
-std::vector<std::vector<std::string>> commandsOf(const DevItem& item) {
-  const auto* commands = std::get_if<DevAction::Commands>(&item.action.value);
-  return commands != nullptr ? commands->commands : std::vector<std::vector<std::string>>{};
-}
-
 TEST(Toolchains, OffersEveryVersionAndPreselectsOnlyTheIdleOnesNothingReliesOn) {
   FakeHome home;
   stockToolchainHome(home);
@@ -86,24 +81,14 @@ TEST(Toolchains, RemovesThroughEachManagersOwnUninstallCommand) {
       ElementsAre(ElementsAre(home / ".cargo/bin/rustup", "toolchain", "uninstall", "nightly-2023-01-01" + host)));
   EXPECT_EQ(itemNamed(result, "java 11.0.21-tem")->restoreHint, "sdk install java 11.0.21-tem");
 
-  std::vector<std::string> removed;
-  for (const auto& group : result.groups) {
-    for (const auto& item : group->items()) {
-      if (!item.selected) continue;
-      EXPECT_EQ(item.action.perform(), std::nullopt) << item.name;
-      removed.push_back(item.id);
-    }
-  }
+  const auto removed = performPreselected(result);
   EXPECT_THAT(toolCalls(home),
               UnorderedElementsAre("nvm [uninstall] [v16.20.2]", "pyenv [uninstall] [-f] [3.8.18]",
                                    "rustup [toolchain] [uninstall] [nightly-2023-01-01" + host + "]",
                                    "sdk [uninstall] [gradle] [7.6]", "sdk [uninstall] [java] [11.0.21-tem]"));
   for (const auto& path : removed) EXPECT_FALSE(exists(path)) << path;
   EXPECT_TRUE(exists(home / ".nvm/versions/node/v18.19.0/bin/node"));
-  const auto again = Toolchains::scan(inputFor(home), linuxDevToolTables());
-  for (const auto& group : again.groups) {
-    for (const auto& item : group->items()) EXPECT_FALSE(item.selected) << item.name;
-  }
+  expectNothingPreselected(Toolchains::scan(inputFor(home), linuxDevToolTables()));
 }
 
 TEST(Toolchains, WithoutItsToolAVersionGoesToTheTrash) {
