@@ -73,18 +73,39 @@ std::string commandText(const ToolCommand& command, const Keys& keys) {
   return text;
 }
 
-std::optional<std::vector<std::string>> commandLine(const ToolCommand& command, const DevToolsInput& input,
-                                                    const Keys& keys) {
+namespace {
+
+// The tool, when the command has one and it and everything it needs are there.
+std::optional<std::string> findTool(const ToolCommand& command, const DevToolsInput& input, const Keys& keys) {
   if (command.tool.empty()) return std::nullopt;
   for (const auto& need : command.needs) {
     const auto path = input.expand(need, keys);
     if (!path || !pathExists(*path)) return std::nullopt;
   }
-  const auto tool = input.tool(command.tool, command.toolFolders, keys);
-  if (!tool) return std::nullopt;
-  std::vector<std::string> line{*tool};
+  return input.tool(command.tool, command.toolFolders, keys);
+}
+
+std::vector<std::string> filledIn(const std::string& tool, const ToolCommand& command, const Keys& keys) {
+  std::vector<std::string> line{tool};
   for (const auto& argument : command.arguments) line.push_back(fillIn(argument, keys));
   return line;
+}
+
+}  // namespace
+
+std::optional<std::vector<std::string>> commandLine(const ToolCommand& command, const DevToolsInput& input,
+                                                    const Keys& keys) {
+  const auto tool = findTool(command, input, keys);
+  if (!tool) return std::nullopt;
+  return filledIn(*tool, command, keys);
+}
+
+PreparedCommand::PreparedCommand(const ToolCommand& command, const DevToolsInput& input, const Keys& keys)
+    : command_(command), tool_(findTool(command, input, keys)) {}
+
+DevAction PreparedCommand::actionFor(const Keys& keys, const std::vector<std::string>& paths) const {
+  if (!tool_) return DevAction::trash(paths);
+  return DevAction::commands({filledIn(*tool_, command_, keys)});
 }
 
 DevAction toolOrTrash(const ToolCommand& command, const DevToolsInput& input, const Keys& keys,

@@ -28,6 +28,19 @@ using Keys = std::map<std::string, std::string>;
 [[nodiscard]] DevAction toolOrTrash(const ToolCommand& command, const DevToolsInput& input, const Keys& keys,
                                     const std::vector<std::string>& paths);
 
+// A command whose tool is looked for once (with `keys` naming its folders) and then
+// filled in for many items.
+class PreparedCommand {
+ public:
+  PreparedCommand(const ToolCommand& command, const DevToolsInput& input, const Keys& keys);
+  // As toolOrTrash, for one item's keys.
+  [[nodiscard]] DevAction actionFor(const Keys& keys, const std::vector<std::string>& paths) const;
+
+ private:
+  const ToolCommand& command_;
+  std::optional<std::string> tool_;
+};
+
 // Moves `paths` to the Trash after giving back write permission to the folders inside
 // them, which tools such as Go keep read-only so that nothing edits them by accident.
 [[nodiscard]] DevAction trashWriteProtected(const std::vector<std::string>& paths);

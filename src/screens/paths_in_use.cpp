@@ -14,7 +14,10 @@ PathsInUse::PathsInUse(std::vector<std::string> paths) : sorted_(std::move(paths
 }
 
 bool PathsInUse::inside(const std::string& folder) const {
-  const std::string resolved = resolvedPath(folder).value_or(folder);
+  return insideResolved(resolvedPath(folder).value_or(folder));
+}
+
+bool PathsInUse::insideResolved(const std::string& resolved) const {
   const auto match = std::lower_bound(sorted_.begin(), sorted_.end(), resolved);
   if (match == sorted_.end()) return false;
   if (*match == resolved) return true;

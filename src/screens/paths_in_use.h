@@ -16,6 +16,8 @@ class PathsInUse {
 
   // Whether anything in use is `folder` itself or lies inside it (compared resolved).
   [[nodiscard]] bool inside(const std::string& folder) const;
+  // The same for a folder whose links are already resolved.
+  [[nodiscard]] bool insideResolved(const std::string& resolvedFolder) const;
 
  private:
   std::vector<std::string> sorted_;

@@ -7,6 +7,7 @@
 
 #include <array>
 #include <functional>
+#include <map>
 
 #include <toml++/toml.h>
 #include <nlohmann/json.hpp>
@@ -209,8 +210,7 @@ class Resolver {
   Resolution byPath(const std::string& path) const {
     const std::string target = resolvedPath(path).value_or(path);
     for (const auto& version : found_.versions) {
-      const std::string folder = resolvedPath(version.paths.front()).value_or(version.paths.front());
-      if (target == folder || target.starts_with(folder + "/")) return {version.paths.front(), {}};
+      if (target == version.resolved || target.starts_with(version.resolved + "/")) return {version.paths.front(), {}};
     }
     return {};
   }
@@ -412,6 +412,18 @@ void readSdkman(const ToolchainManager& manager, const ProjectPins& pins, Manage
   addUnreadablePin(pins, "sdkman", findings);
 }
 
+// A version folder is never a link itself (listings report links as files), so resolving
+// its parent once per parent is enough.
+void resolveFolders(std::vector<InstalledVersion>& versions) {
+  std::map<std::string, std::string> parents;
+  for (auto& version : versions) {
+    const std::string parent = parentPath(version.paths.front());
+    auto [found, added] = parents.try_emplace(parent);
+    if (added) found->second = resolvedPath(parent).value_or(parent);
+    version.resolved = joinPath(found->second, lastPathComponent(version.paths.front()));
+  }
+}
+
 // PYENV_VERSION=3.11.4:3.10.12, RUSTUP_TOOLCHAIN=nightly and the like.
 void addChosenByVariables(const ToolchainManager& manager, const Resolver& resolver, const DevToolsInput& input,
                           ManagerFindings& findings) {
@@ -435,6 +447,7 @@ ManagerFindings readManager(const ToolchainManager& manager, const std::string& 
   findings.root = root;
   findings.versionsFolder = manager.versions.empty() ? root : joinPath(root, manager.versions);
   findings.versions = listVersions(manager, root, findings.versionsFolder, input);
+  resolveFolders(findings.versions);
   if (manager.kind == Kind::sdkman) {
     readSdkman(manager, pins, findings);
     return findings;

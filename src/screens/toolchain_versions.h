@@ -21,6 +21,7 @@ struct InstalledVersion {
   std::string candidate;           // SDKMAN's candidate ("java"); empty elsewhere
   std::vector<std::string> paths;  // the version's folder first, then files that belong to it
   bool readOnly = false;           // kept write-protected by its tool (Go's module cache)
+  std::string resolved{};          // the folder with every link on the way resolved
 };
 
 struct ManagerFindings {

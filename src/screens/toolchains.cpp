@@ -22,6 +22,7 @@ using Kind = ToolchainManager::Kind;
 struct FoundManager {
   const ToolchainManager* manager;
   ManagerFindings findings;
+  PreparedCommand uninstall;
 };
 
 struct World {
@@ -57,8 +58,8 @@ VersionState stateOf(const FoundManager& found, const InstalledVersion& version,
   const std::string& folder = version.paths.front();
   VersionState state;
   state.isDefault = found.findings.defaults.contains(folder);
-  state.active = found.findings.chosen.contains(folder) || world.shell.inside(folder);
-  state.inUse = world.running.inside(folder);
+  state.active = found.findings.chosen.contains(folder) || world.shell.insideResolved(version.resolved);
+  state.inUse = world.running.insideResolved(version.resolved);
   if (const auto pins = found.findings.pins.find(folder); pins != found.findings.pins.end()) {
     state.pins = pins->second;
   }
@@ -71,9 +72,9 @@ VersionState stateOf(const FoundManager& found, const InstalledVersion& version,
   return state;
 }
 
-DevAction removal(const FoundManager& found, const InstalledVersion& version, const DevToolsInput& input) {
+DevAction removal(const FoundManager& found, const InstalledVersion& version) {
   if (version.readOnly) return trashWriteProtected(version.paths);
-  return toolOrTrash(found.manager->uninstall, input, keysFor(found, version), version.paths);
+  return found.uninstall.actionFor(keysFor(found, version), version.paths);
 }
 
 std::string itemName(const InstalledVersion& version) {
@@ -88,7 +89,7 @@ DevItem versionItem(const FoundManager& found, const InstalledVersion& version, 
   item.size = usage.size;
   item.freeable = usage.freeable;
   item.revealPath = version.paths.front();
-  item.action = removal(found, version, world.input);
+  item.action = removal(found, version);
   if (found.manager->kind == Kind::xcodeArchives) {
     describeArchive(state, world.input.now, item);
   } else {
@@ -121,7 +122,9 @@ std::vector<FoundManager> findManagers(const DevToolTables& tables, const DevToo
     const auto root = input.locate(manager.roots);
     if (!root) continue;
     auto findings = readManager(manager, *root, pins, input);
-    if (!findings.versions.empty()) found.push_back({&manager, std::move(findings)});
+    if (findings.versions.empty()) continue;
+    PreparedCommand uninstall(manager.uninstall, input, {{"root", *root}});
+    found.push_back({&manager, std::move(findings), std::move(uninstall)});
   }
   return found;
 }
