@@ -45,6 +45,7 @@ struct Device {
   std::string folder;  // <name>.avd
   std::optional<Ini> config;
   std::vector<std::string> snapshots;
+  std::vector<std::string> ownParts;  // what the device holds besides its snapshots, and its .ini
 };
 
 // The device folder the .ini names, when it is a ".avd" folder inside the home folder;
@@ -69,6 +70,10 @@ std::vector<Device> findDevices(const std::string& avdHome, const DevToolsInput&
     device.folder = deviceFolder(avdHome, device.name, readIni(device.ini).value_or(Ini{}), input);
     if (!isFolder(device.folder)) continue;
     device.config = readIni(device.folder + "/config.ini");
+    for (const auto& part : DiskScanner::list(device.folder).value_or(std::vector<DiskScanner::Entry>{})) {
+      if (part.name != "snapshots") device.ownParts.push_back(joinPath(device.folder, part.name));
+    }
+    device.ownParts.push_back(device.ini);
     for (const auto& snapshot :
          DiskScanner::list(device.folder + "/snapshots").value_or(std::vector<DiskScanner::Entry>{})) {
       if (snapshot.isDir) device.snapshots.push_back(device.folder + "/snapshots/" + snapshot.name);
@@ -91,15 +96,22 @@ std::optional<std::string> systemImageOf(const Device& device, const std::option
   return image;
 }
 
-ToolCommand androidTool(const DevToolTables& tables, const char* tool, std::vector<std::string> arguments) {
-  return {tool, tables.simulators.androidTools, {}, std::move(arguments)};
-}
+// The SDK's own tools, looked for once: without them removal moves files to the Trash.
+struct AndroidTools {
+  AndroidTools(const DevToolTables& tables, const DevToolsInput& input, const std::optional<std::string>& sdk)
+      : deleteDevice({sdk ? "avdmanager" : "", tables.simulators.androidTools, {}, {"delete", "avd", "-n", "{name}"}},
+                     input, {{"root", sdk.value_or("")}}),
+        uninstall({"sdkmanager", tables.simulators.androidTools, {}, {"--sdk_root={root}", "--uninstall", "{name}"}},
+                  input, {{"root", sdk.value_or("")}}) {}
 
-PendingItem deviceItem(const Device& device, const DevToolTables& tables, const DevToolsInput& input,
+  PreparedCommand deleteDevice;
+  PreparedCommand uninstall;
+};
+
+PendingItem deviceItem(const Device& device, const AndroidTools& tools, const DevToolsInput& input,
                        const std::optional<std::string>& sdk) {
   PendingItem pending;
-  pending.paths = {device.folder, device.ini};
-  pending.offeredApart = device.snapshots;
+  pending.paths = device.ownParts;
   DevItem& item = pending.item;
   item.id = device.folder;
   item.name = displayName(device);
@@ -108,10 +120,7 @@ PendingItem deviceItem(const Device& device, const DevToolTables& tables, const 
   if (const auto used = lastUsed(device.folder + "/userdata-qemu.img")) {
     item.detail += " \u00b7 last used " + ago(*used, input.now);
   }
-  const Keys keys{{"root", sdk.value_or("")}, {"name", device.name}};
-  item.action = sdk ? toolOrTrash(androidTool(tables, "avdmanager", {"delete", "avd", "-n", "{name}"}), input, keys,
-                                  pending.paths)
-                    : DevAction::trash(pending.paths);
+  item.action = tools.deleteDevice.actionFor({{"name", device.name}}, {device.folder, device.ini});
   item.revealPath = device.folder;
   item.restoreHint = "Create it again in Android Studio's Device Manager";
   return pending;
@@ -129,12 +138,12 @@ PendingItem snapshotItem(const Device& device, const std::string& snapshot) {
   return pending;
 }
 
-PendingGroup devicesGroup(const std::vector<Device>& devices, const std::string& avdHome, const DevToolTables& tables,
+PendingGroup devicesGroup(const std::vector<Device>& devices, const std::string& avdHome, const AndroidTools& tools,
                           const DevToolsInput& input, const std::optional<std::string>& sdk,
                           const PathsInUse& running) {
   PendingGroup group{"android-avds", "Android virtual devices", input.tilde(avdHome), "iphone", {}, {}, {}};
   for (const auto& device : devices) {
-    group.items.push_back(deviceItem(device, tables, input, sdk));
+    group.items.push_back(deviceItem(device, tools, input, sdk));
     for (const auto& snapshot : device.snapshots) group.items.push_back(snapshotItem(device, snapshot));
   }
   for (auto& pending : group.items) markInUse(pending, running);
@@ -167,7 +176,7 @@ std::string packageName(std::string image) {
 }
 
 PendingItem imageItem(const std::string& sdk, const std::string& image, const std::vector<std::string>& users,
-                      bool trusted, const DevToolTables& tables, const DevToolsInput& input) {
+                      bool trusted, const AndroidTools& tools) {
   PendingItem pending;
   const std::string path = joinPath(sdk, image);
   pending.paths = {path};
@@ -181,16 +190,14 @@ PendingItem imageItem(const std::string& sdk, const std::string& image, const st
   item.detail = users.empty() ? "No virtual device uses it" : "Used by " + userList;
   if (!users.empty()) item.badges.push_back({"used by " + userList, Badge::Tone::info});
   item.selected = users.empty() && trusted;
-  const Keys keys{{"root", sdk}, {"name", packageName(image)}};
-  item.action = toolOrTrash(androidTool(tables, "sdkmanager", {"--sdk_root={root}", "--uninstall", "{name}"}), input,
-                            keys, {path});
+  item.action = tools.uninstall.actionFor({{"root", sdk}, {"name", packageName(image)}}, {path});
   item.revealPath = path;
   item.restoreHint = "sdkmanager --install \"" + packageName(image) + "\"";
   return pending;
 }
 
 std::optional<PendingGroup> imagesGroup(const std::string& sdk, const std::vector<Device>& devices,
-                                        const DevToolTables& tables, const DevToolsInput& input,
+                                        const AndroidTools& tools, const DevToolsInput& input,
                                         const PathsInUse& running) {
   std::map<std::string, std::vector<std::string>> users;
   std::optional<std::string> unreadable;
@@ -207,7 +214,7 @@ std::optional<PendingGroup> imagesGroup(const std::string& sdk, const std::vecto
     group.note = "Can't read the settings of " + *unreadable + ", so no system image is pre-selected.";
   }
   for (const auto& image : systemImages(sdk)) {
-    auto pending = imageItem(sdk, image, users[image], !unreadable, tables, input);
+    auto pending = imageItem(sdk, image, users[image], !unreadable, tools);
     markInUse(pending, running);
     group.items.push_back(std::move(pending));
   }
@@ -223,9 +230,10 @@ std::vector<PendingGroup> androidEmulators(const DevToolTables& tables, const De
   const auto sdk = input.locate(tables.androidSdk);
   const auto avdHome = input.locate(tables.simulators.avdHome);
   const auto devices = avdHome ? findDevices(*avdHome, input) : std::vector<Device>{};
-  if (!devices.empty()) groups.push_back(devicesGroup(devices, *avdHome, tables, input, sdk, running));
+  const AndroidTools tools(tables, input, sdk);
+  if (!devices.empty()) groups.push_back(devicesGroup(devices, *avdHome, tools, input, sdk, running));
   if (sdk) {
-    if (auto images = imagesGroup(*sdk, devices, tables, input, running)) groups.push_back(std::move(*images));
+    if (auto images = imagesGroup(*sdk, devices, tools, input, running)) groups.push_back(std::move(*images));
   }
   return groups;
 }

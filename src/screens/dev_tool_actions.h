@@ -37,7 +37,7 @@ class PreparedCommand {
   [[nodiscard]] DevAction actionFor(const Keys& keys, const std::vector<std::string>& paths) const;
 
  private:
-  const ToolCommand& command_;
+  ToolCommand command_;
   std::optional<std::string> tool_;
 };
 

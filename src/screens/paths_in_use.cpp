@@ -1,8 +1,11 @@
 #include "screens/paths_in_use.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 
 #include "core/file_io.h"
+#include "core/path.h"
 
 namespace tw {
 
@@ -13,8 +16,15 @@ PathsInUse::PathsInUse(std::vector<std::string> paths) : sorted_(std::move(paths
   sorted_.erase(std::unique(sorted_.begin(), sorted_.end()), sorted_.end());
 }
 
-bool PathsInUse::inside(const std::string& folder) const {
-  return insideResolved(resolvedPath(folder).value_or(folder));
+bool PathsInUse::inside(const std::string& folder) const { return insideResolved(resolved(folder)); }
+
+std::string PathsInUse::resolved(const std::string& path) const {
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) != 0 || S_ISLNK(info.st_mode)) return resolvedPath(path).value_or(path);
+  const std::string parent = parentPath(path);
+  auto [found, added] = resolvedParents_.try_emplace(parent);
+  if (added) found->second = resolvedPath(parent).value_or(parent);
+  return joinPath(found->second, lastPathComponent(path));
 }
 
 bool PathsInUse::insideResolved(const std::string& resolved) const {

@@ -22,7 +22,6 @@ std::vector<DevGroupPtr> measureGroups(std::vector<PendingGroup> groups) {
   for (const auto& group : groups) {
     for (const auto& pending : group.items) {
       paths.push_back(pending.paths);
-      paths.push_back(pending.offeredApart);
     }
   }
   const auto usages = measure(paths);
@@ -31,10 +30,10 @@ std::vector<DevGroupPtr> measureGroups(std::vector<PendingGroup> groups) {
   for (auto& pending : groups) {
     std::vector<DevItem> items;
     for (auto& entry : pending.items) {
-      const Usage whole = usages[next++], apart = usages[next++];
+      const Usage usage = usages[next++];
       if (!entry.paths.empty()) {
-        entry.item.size = std::max<std::int64_t>(0, whole.size - apart.size);
-        entry.item.freeable = std::max<std::int64_t>(0, whole.freeable - apart.freeable);
+        entry.item.size = usage.size;
+        entry.item.freeable = usage.freeable;
       }
       if (entry.item.size.value_or(0) > 0) items.push_back(std::move(entry.item));
     }

@@ -10,13 +10,12 @@
 
 namespace tw {
 
-// An item whose size is not measured yet: the paths that removing it frees, less the
-// parts offered as items of their own. Without paths, the size the item already carries
+// An item whose size is not measured yet: the paths that removing it frees (less any
+// part offered as an item of its own). Without paths, the size the item already carries
 // (as a tool reported it) stands.
 struct PendingItem {
   DevItem item;
   std::vector<std::string> paths;
-  std::vector<std::string> offeredApart;
 };
 
 struct PendingGroup {
