@@ -84,14 +84,13 @@ Listed obsoleteExtensions(const std::string& folder) {
   });
 }
 
-PendingItem extensionItem(const std::string& folder, const ExtensionFolder& extension, const std::string& reason,
-                          bool selected) {
+// Extensions and workspace data go to the Trash: the editor cannot rebuild them.
+PendingItem trashItem(const std::string& path, std::string name, std::string detail, bool selected) {
   PendingItem pending;
-  const std::string path = joinPath(folder, extension.name);
   pending.paths = {path};
   pending.item.id = path;
-  pending.item.name = extension.name;
-  pending.item.detail = reason;
+  pending.item.name = std::move(name);
+  pending.item.detail = std::move(detail);
   pending.item.selected = selected;
   pending.item.action = DevAction::trash({path});
   pending.item.revealPath = path;
@@ -121,7 +120,8 @@ void addExtensions(const std::string& folder, PendingGroup& group) {
       const std::string reason = marked ? "Marked obsolete by the editor" : "Replaced by " + newest;
       // Unless the editor's own lists could be read, only its own "obsolete" mark counts.
       const bool trusted = installed.readable && obsolete.readable;
-      group.items.push_back(extensionItem(folder, version, reason, marked || (older && trusted)));
+      group.items.push_back(
+          trashItem(joinPath(folder, version.name), version.name, reason, marked || (older && trusted)));
     }
   }
   if (!installed.readable || !obsolete.readable) {
@@ -154,17 +154,8 @@ std::optional<std::string> workspaceTarget(const nlohmann::json& json) {
   return std::nullopt;
 }
 
-PendingItem workspaceItem(const std::string& storage, const std::string& detail, bool selected) {
-  PendingItem pending;
-  pending.paths = {storage};
-  pending.item.id = storage;
-  pending.item.name = "workspaceStorage/" + lastPathComponent(storage);
-  pending.item.detail = detail;
-  pending.item.selected = selected;
-  pending.item.action = DevAction::trash({storage});
-  pending.item.revealPath = storage;
-  pending.item.restoreHint = "Put it back from the Trash";
-  return pending;
+PendingItem workspaceItem(const std::string& storage, std::string detail, bool selected) {
+  return trashItem(storage, "workspaceStorage/" + lastPathComponent(storage), std::move(detail), selected);
 }
 
 // Editor data of projects that no longer exist. A project outside the home folder may be
