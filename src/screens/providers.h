@@ -21,15 +21,6 @@ struct Uninstaller {
 struct SystemData {
   static ProviderResult load();
 };
-struct Simulators {
-  static ProviderResult load();
-};
-struct Toolchains {
-  static ProviderResult load();
-};
-struct IDELeftovers {
-  static ProviderResult load();
-};
 struct DockerDeep {
   static ProviderResult load();
 };

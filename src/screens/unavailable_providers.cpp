@@ -12,9 +12,6 @@ ProviderResult SmartCleanScreen::load() { return unavailable(); }
 ProviderResult LargeFiles::load() { return unavailable(); }
 ProviderResult Uninstaller::load() { return unavailable(); }
 ProviderResult SystemData::load() { return unavailable(); }
-ProviderResult Simulators::load() { return unavailable(); }
-ProviderResult Toolchains::load() { return unavailable(); }
-ProviderResult IDELeftovers::load() { return unavailable(); }
 ProviderResult DockerDeep::load() { return unavailable(); }
 ProviderResult AIModels::scan(const std::string&, const std::map<std::string, std::string>&) { return unavailable(); }
 

@@ -1,0 +1,40 @@
+#include "screens/paths_in_use.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+#include "fs/file_io.h"
+#include "fs/path.h"
+
+namespace tw {
+
+PathsInUse PathsInUse::snapshot() { return PathsInUse(runningProcessPaths()); }
+
+PathsInUse::PathsInUse(std::vector<std::string> paths) : sorted_(std::move(paths)) {
+  std::sort(sorted_.begin(), sorted_.end());
+  sorted_.erase(std::unique(sorted_.begin(), sorted_.end()), sorted_.end());
+}
+
+bool PathsInUse::inside(const std::string& folder) const { return insideResolved(resolved(folder)); }
+
+std::string PathsInUse::resolved(const std::string& path) const {
+  struct stat info {};
+  if (::lstat(path.c_str(), &info) != 0 || S_ISLNK(info.st_mode)) return resolvedPath(path).value_or(path);
+  const std::string parent = parentPath(path);
+  auto [found, added] = resolvedParents_.try_emplace(parent);
+  if (added) found->second = resolvedPath(parent).value_or(parent);
+  return joinPath(found->second, lastPathComponent(path));
+}
+
+bool PathsInUse::insideResolved(const std::string& resolved) const {
+  const auto match = std::lower_bound(sorted_.begin(), sorted_.end(), resolved);
+  if (match == sorted_.end()) return false;
+  if (*match == resolved) return true;
+  // Everything inside the folder sorts right after "folder/", before any sibling.
+  const std::string prefix = resolved == "/" ? resolved : resolved + "/";
+  const auto inner = std::lower_bound(match, sorted_.end(), prefix);
+  return inner != sorted_.end() && inner->starts_with(prefix);
+}
+
+}  // namespace tw
