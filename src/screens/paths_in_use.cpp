@@ -1,11 +1,6 @@
 #include "screens/paths_in_use.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
-
-#include "fs/file_io.h"
-#include "fs/path.h"
 
 namespace tw {
 
@@ -18,14 +13,7 @@ PathsInUse::PathsInUse(std::vector<std::string> paths) : sorted_(std::move(paths
 
 bool PathsInUse::inside(const std::string& folder) const { return insideResolved(resolved(folder)); }
 
-std::string PathsInUse::resolved(const std::string& path) const {
-  struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0 || S_ISLNK(info.st_mode)) return resolvedPath(path).value_or(path);
-  const std::string parent = parentPath(path);
-  auto [found, added] = resolvedParents_.try_emplace(parent);
-  if (added) found->second = resolvedPath(parent).value_or(parent);
-  return joinPath(found->second, lastPathComponent(path));
-}
+std::string PathsInUse::resolved(const std::string& path) const { return folders_.resolve(path); }
 
 bool PathsInUse::insideResolved(const std::string& resolved) const {
   const auto match = std::lower_bound(sorted_.begin(), sorted_.end(), resolved);

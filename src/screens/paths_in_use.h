@@ -1,8 +1,9 @@
 #pragma once
 
-#include <map>
 #include <string>
 #include <vector>
+
+#include "screens/resolved_folders.h"
 
 namespace tw {
 
@@ -22,12 +23,10 @@ class PathsInUse {
   [[nodiscard]] bool insideResolved(const std::string& resolvedFolder) const;
 
  private:
-  // The path with its links resolved; the parent folders of many items are the same, so
-  // each is resolved once.
   [[nodiscard]] std::string resolved(const std::string& path) const;
 
   std::vector<std::string> sorted_;
-  mutable std::map<std::string, std::string> resolvedParents_;
+  mutable ResolvedFolders folders_;
 };
 
 // The platform's list of paths that running processes use; see PathsInUse.

@@ -5,6 +5,8 @@
 
 #include "screens/project_pins.h"
 
+#include <sys/stat.h>
+
 #include <functional>
 #include <map>
 #include <regex>
@@ -196,9 +198,10 @@ struct ProjectReader {
 
   void readFile(const PinFile& kind, const std::string& relative) {
     const std::string path = joinPath(project, relative);
-    if (!pathExists(path)) return;
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) return;
     const ProjectPin base{"", "", project, relative};
-    const auto target = resolvedPath(path);
+    const auto target = S_ISLNK(info.st_mode) ? resolvedPath(path) : std::optional<std::string>(path);
     const auto text = target ? readRegularFile(*target, maxPinFileBytes) : std::nullopt;
     Pins pins;
     if (!text || !kind.parse(*text, pins, base)) {

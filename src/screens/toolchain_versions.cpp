@@ -17,6 +17,7 @@
 #include "fs/path.h"
 #include "fs/regular_file.h"
 #include "fs/usage.h"
+#include "screens/resolved_folders.h"
 #include "screens/version_text.h"
 
 namespace tw {
@@ -413,14 +414,12 @@ void readSdkman(const ToolchainManager& manager, const ProjectPins& pins, Manage
 }
 
 // A version folder is never a link itself (listings report links as files), so resolving
-// its parent once per parent is enough.
+// its parent is enough.
 void resolveFolders(std::vector<InstalledVersion>& versions) {
-  std::map<std::string, std::string> parents;
+  ResolvedFolders folders;
   for (auto& version : versions) {
-    const std::string parent = parentPath(version.paths.front());
-    auto [found, added] = parents.try_emplace(parent);
-    if (added) found->second = resolvedPath(parent).value_or(parent);
-    version.resolved = joinPath(found->second, lastPathComponent(version.paths.front()));
+    const std::string& folder = version.paths.front();
+    version.resolved = joinPath(folders.resolve(parentPath(folder)), lastPathComponent(folder));
   }
 }
 
