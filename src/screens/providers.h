@@ -1,8 +1,5 @@
 #pragma once
 
-#include <map>
-#include <string>
-
 #include "core/dev_group.h"
 
 namespace tw {
@@ -10,15 +7,6 @@ namespace tw {
 // Providers of screens whose scanners this build does not have yet: each returns no
 // groups and the unavailable-screen note.
 struct SmartCleanScreen {
-  static ProviderResult load();
-};
-struct Simulators {
-  static ProviderResult load();
-};
-struct Toolchains {
-  static ProviderResult load();
-};
-struct IDELeftovers {
   static ProviderResult load();
 };
 

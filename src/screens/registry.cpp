@@ -7,11 +7,14 @@
 #include "screens/ai_models.h"
 #include "screens/docker.h"
 #include "screens/git_repos.h"
+#include "screens/ide_leftovers.h"
 #include "screens/large_files.h"
 #include "screens/projects.h"
 #include "screens/providers.h"
 #include "screens/sample_data.h"
+#include "screens/simulators.h"
 #include "screens/system_data.h"
+#include "screens/toolchains.h"
 #include "screens/uninstaller.h"
 #include "screens/worktrees.h"
 
@@ -68,15 +71,15 @@ std::vector<DevScreen> makeDeveloper() {
       {Pane::simulators, "Simulators", "iphone",
        "iOS simulators and runtimes, Android emulators and system images. Removed through Xcode's own tools "
        "so nothing is left broken.",
-       "Remove Selected", Bar::none, true, [](const Context&) { return Simulators::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context& context) { return Simulators::load(context); }},
       {Pane::toolchains, "Toolchains", "wrench.and.screwdriver",
        "Old Node, Python, Ruby, Rust, Flutter, Java and Go versions, Android NDKs, Xcode archives and "
        "Homebrew leftovers.",
-       "Remove Selected", Bar::none, true, [](const Context&) { return Toolchains::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context& context) { return Toolchains::load(context); }},
       {Pane::ide, "IDE Leftovers", "chevron.left.forwardslash.chevron.right",
        "Old JetBrains and Android Studio versions, outdated VS Code and Cursor extensions, editor data for "
        "deleted projects, and old Gradle versions.",
-       "Remove Selected", Bar::none, true, [](const Context&) { return IDELeftovers::load(); }},
+       "Remove Selected", Bar::none, true, [](const Context& context) { return IDELeftovers::load(context); }},
       {Pane::docker, "Docker", "shippingbox",
        "Images, volumes and build cache, with what's in use, plus the VM disk that never shrinks on its "
        "own. Works with Docker Desktop, Colima and OrbStack.",

@@ -9,8 +9,5 @@ ProviderResult unavailable() { return {{}, unavailableScreenNote}; }
 }  // namespace
 
 ProviderResult SmartCleanScreen::load() { return unavailable(); }
-ProviderResult Simulators::load() { return unavailable(); }
-ProviderResult Toolchains::load() { return unavailable(); }
-ProviderResult IDELeftovers::load() { return unavailable(); }
 
 }  // namespace tw

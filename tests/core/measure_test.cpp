@@ -7,6 +7,7 @@
 
 #include "core/measure.h"
 #include "support/fake_home.h"
+#include "support/loop_volume.h"
 
 namespace tw::test {
 namespace {
@@ -99,6 +100,20 @@ TEST(LastUsed, IsTheAccessTimeOfThePathItselfCappedAtNow) {
   const auto used = lastUsed(future).value();
   EXPECT_GE(used, before);
   EXPECT_LE(used, std::chrono::system_clock::now());
+}
+
+TEST(LastUsed, SaysNothingOnAVolumeMountedNoatime) {
+  std::string whyNot;
+  const auto volume = LoopVolume::mount(LoopVolume::Kind::tmpfs, 16 << 20, whyNot);
+  if (!volume) GTEST_SKIP() << whyNot;
+  const std::string file = volume->path() + "/tool";
+  writeFile(file, "x");
+  setAccessTime(file, -200 * 86'400);
+  ASSERT_TRUE(lastUsed(file).has_value());  // the usual mount keeps access times
+  const auto remount = runProcess({"mount", "-o", "remount,noatime", volume->path()});
+  if (remount.code != 0) GTEST_SKIP() << "cannot remount noatime: " << remount.err;
+  // There the access time never moves, so it says nothing about when the file was used.
+  EXPECT_EQ(lastUsed(file), std::nullopt);
 }
 
 }  // namespace tw::test

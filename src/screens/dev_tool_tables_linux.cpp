@@ -1,0 +1,7 @@
+#include "screens/dev_tool_tables.h"
+
+namespace tw {
+
+const DevToolTables& platformDevToolTables() { return linuxDevToolTables(); }
+
+}  // namespace tw

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <vector>
+
+#include "core/date.h"
+#include "core/dev_group.h"
+#include "screens/paths_in_use.h"
+
+namespace tw {
+
+// An item whose size is not measured yet: the paths that removing it frees (less any
+// part offered as an item of its own). Without paths, the size the item already carries
+// (as a tool reported it) stands.
+struct PendingItem {
+  DevItem item;
+  std::vector<std::string> paths;
+};
+
+struct PendingGroup {
+  std::string id;
+  std::string title;
+  std::string subtitle;
+  std::string icon;
+  std::vector<PendingItem> items;
+  std::optional<std::string> note;
+  std::optional<Date> lastActive;
+};
+
+// Marks an item that a running program uses: a badge, a warning, and never pre-selected.
+void markInUse(PendingItem& pending, const PathsInUse& running);
+
+// Measures every item of every group in one parallel pass, drops items that free
+// nothing, orders items and groups by freeable bytes, and drops groups left without
+// items unless they carry a note. A stop request ends the measuring early.
+[[nodiscard]] std::vector<DevGroupPtr> measureGroups(std::vector<PendingGroup> groups, std::stop_token stop);
+
+}  // namespace tw
