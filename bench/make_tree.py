@@ -19,6 +19,8 @@ SIZE_MIXES = {
     # Mostly small files, as in source trees and package caches, with a thin tail of large ones.
     "dev": [(20, 0, 0), (71.5, 1, 4096), (8, 4097, 32768), (0.45, 32769, 512 << 10), (0.05, 1 << 20, 4 << 20)],
     "tiny": [(50, 0, 0), (50, 1, 512)],
+    # Names only: many entries at the cost of inodes, no data blocks.
+    "empty": [(100, 0, 0)],
     "media": [(40, 1, 4096), (40, 1 << 20, 8 << 20), (20, 8 << 20, 32 << 20)],
 }
 

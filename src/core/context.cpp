@@ -5,6 +5,7 @@
 
 #include "core/app_paths.h"
 #include "core/history.h"
+#include "core/scan_cache.h"
 #include "core/settings.h"
 #include "fs/path.h"
 
@@ -44,6 +45,8 @@ Context Context::fromEnvironment(Environment env) {
   context.env = std::move(env);
   context.settings = std::make_shared<Settings>(settingsFilePath(context));
   context.history = std::make_shared<History>(applicationSupportFolder(context), !context.sampleData);
+  // Sample data is for looking at: what the screens show is not remembered.
+  if (context.sampleData) context.settings->keepInMemory(ScanCache::settingsKey);
   return context;
 }
 

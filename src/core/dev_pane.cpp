@@ -1,5 +1,6 @@
 #include "core/dev_pane.h"
 
+#include "core/scan_cache.h"
 #include "core/sizes.h"
 
 namespace tw {
@@ -136,6 +137,7 @@ void DevPane::apply(std::optional<ProviderResult> result, std::chrono::steady_cl
     loaded_ = true;
     notify(DevPaneField::loaded);
   }
+  if (result && cacheKey_) ScanCache::save(context_, *cacheKey_, total(), static_cast<std::int64_t>(itemCount()));
   auto waiters = std::move(waiters_);
   waiters_.clear();
   for (auto& waiter : waiters) waiter();

@@ -102,13 +102,20 @@ void Settings::registerDefaults(const nlohmann::json& defaults) {
   for (const auto& [key, value] : defaults.items()) defaults_[key] = value;
 }
 
+void Settings::keepInMemory(const std::string& key) {
+  std::lock_guard lock(mutex_);
+  if (!inMemory_.contains(key)) inMemory_[key] = nullptr;
+}
+
 std::optional<nlohmann::json> Settings::value(const std::string& key) {
   std::optional<nlohmann::json> found;
   std::set<std::string> changed;
   {
     std::lock_guard lock(mutex_);
     changed = reloadIfChanged();
-    if (auto stored = stored_.find(key); stored != stored_.end()) {
+    if (auto held = inMemory_.find(key); held != inMemory_.end()) {
+      if (!held->is_null()) found = *held;
+    } else if (auto stored = stored_.find(key); stored != stored_.end()) {
       found = *stored;
     } else if (auto fallback = defaults_.find(key); fallback != defaults_.end()) {
       found = *fallback;
@@ -156,9 +163,14 @@ void Settings::set(const std::string& key, nlohmann::json value) {
   {
     std::lock_guard lock(mutex_);
     fromFile = reloadIfChanged();
-    changed = !stored_.contains(key) || stored_[key] != value;
-    stored_[key] = std::move(value);
-    save();
+    if (auto held = inMemory_.find(key); held != inMemory_.end()) {
+      changed = *held != value;
+      *held = std::move(value);
+    } else {
+      changed = !stored_.contains(key) || stored_[key] != value;
+      stored_[key] = std::move(value);
+      save();
+    }
   }
   announce({std::move(fromFile), true});
   if (changed) announce({{key}, false});
@@ -172,8 +184,13 @@ void Settings::remove(const std::string& key) {
   {
     std::lock_guard lock(mutex_);
     fromFile = reloadIfChanged();
-    removed = stored_.erase(key) > 0;
-    if (removed) save();
+    if (auto held = inMemory_.find(key); held != inMemory_.end()) {
+      removed = !held->is_null();
+      *held = nullptr;
+    } else {
+      removed = stored_.erase(key) > 0;
+      if (removed) save();
+    }
   }
   announce({std::move(fromFile), true});
   if (removed) announce({{key}, false});

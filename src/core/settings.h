@@ -39,6 +39,9 @@ class Settings {
   [[nodiscard]] const std::string& path() const { return path_; }
 
   void registerDefaults(const nlohmann::json& defaults);
+  // From now on this store keeps `key` in memory only: its value is neither read from the
+  // file nor written to it (sample-data mode keeps what it shows out of the user's file).
+  void keepInMemory(const std::string& key);
 
   [[nodiscard]] std::optional<nlohmann::json> value(const std::string& key);
   [[nodiscard]] bool boolean(const std::string& key);
@@ -80,7 +83,8 @@ class Settings {
   std::mutex mutex_;
   nlohmann::json defaults_ = nlohmann::json::object();
   nlohmann::json stored_ = nlohmann::json::object();
-  std::optional<Stamp> loaded_;  // nothing before the first read
+  nlohmann::json inMemory_ = nlohmann::json::object();  // keys kept out of the file, with their values
+  std::optional<Stamp> loaded_;                         // nothing before the first read
   std::mutex observersMutex_;
   std::map<int, Observer> observers_;
   int nextToken_ = 1;
