@@ -8,7 +8,6 @@
 #   TW_BENCH_VERSIONS=100 TW_BENCH_RUNS=5 bench/dev_tools.sh
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build="$root/build-release"
 runs="${TW_BENCH_RUNS:-10}"
 versions="${TW_BENCH_VERSIONS:-50}"
 tree="${TW_BENCH_DIR:-/tmp/tw-bench}/dev-tools-$versions"
@@ -16,13 +15,7 @@ results="${TW_BENCH_DIR:-/tmp/tw-bench}/results"
 mkdir -p "$results"
 
 command -v hyperfine >/dev/null || { echo "hyperfine is needed (apt-get install hyperfine)" >&2; exit 1; }
-# -O2 rather than CMake's -O3: GCC 12 raises false -Wrestrict errors inside std::string at -O3.
-if [ ! -f "$build/build.ninja" ]; then
-  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG" \
-    -DTIDEWARDEN_TESTS=OFF >/dev/null
-fi
-cmake --build "$build" --target tidewarden >/dev/null
-tidewarden="$build/src/tidewarden"
+source "$root/bench/release_build.sh"
 
 python3 "$root/bench/make_dev_tools_home.py" --root "$tree" --versions "$versions" --projects 20
 home="$tree/home"

@@ -8,7 +8,6 @@
 #   TW_BENCH_FILES=100000 TW_BENCH_RUNS=3 bench/large.sh
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
-build="$root/build-release"
 files="${TW_BENCH_FILES:-1000000}"
 runs="${TW_BENCH_RUNS:-10}"
 home="${TW_BENCH_DIR:-/tmp/tw-bench-large}/home-$files"
@@ -16,13 +15,7 @@ results="${TW_BENCH_DIR:-/tmp/tw-bench-large}/results"
 mkdir -p "$results"
 
 command -v hyperfine >/dev/null || { echo "hyperfine is needed (apt-get install hyperfine)" >&2; exit 1; }
-# -O2 rather than CMake's -O3: GCC 12 raises false -Wrestrict errors inside std::string at -O3.
-if [ ! -f "$build/build.ninja" ]; then
-  cmake -S "$root" -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_FLAGS_RELEASE="-O2 -DNDEBUG" \
-    -DTIDEWARDEN_TESTS=OFF >/dev/null
-fi
-cmake --build "$build" --target tidewarden >/dev/null
-tidewarden="$build/src/tidewarden"
+source "$root/bench/release_build.sh"
 
 python3 "$root/bench/make_large_home.py" --files "$files" "$home"
 export HOME="$home" XDG_DATA_HOME="$home/.local/share" XDG_CONFIG_HOME="$home/.config" XDG_CACHE_HOME="$home/.cache"
