@@ -5,7 +5,7 @@
 
 namespace tw {
 
-std::vector<DevItem> measuredItems(std::vector<PendingItem> pending) {
+std::vector<DevItem> measuredItems(std::vector<ItemToMeasure> pending) {
   std::vector<std::vector<std::string>> paths;
   paths.reserve(pending.size());
   for (const auto& entry : pending) paths.push_back(entry.measured);

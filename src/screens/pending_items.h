@@ -10,7 +10,7 @@ namespace tw {
 
 // An item whose size is measured once every item of a scan is known, so that all paths
 // of the scan are measured together, in parallel.
-struct PendingItem {
+struct ItemToMeasure {
   DevItem item;
   std::vector<std::string> measured;  // none: the item's size is already set
   // The owning tool also frees the data that other names share (a package manager's
@@ -19,7 +19,7 @@ struct PendingItem {
 };
 
 // The items with their sizes set from their measured paths.
-[[nodiscard]] std::vector<DevItem> measuredItems(std::vector<PendingItem> pending);
+[[nodiscard]] std::vector<DevItem> measuredItems(std::vector<ItemToMeasure> pending);
 
 // A group of items ordered by freeable bytes, or nothing when there are no items.
 [[nodiscard]] DevGroupPtr groupOf(const std::string& id, const std::string& title, const std::string& subtitle,

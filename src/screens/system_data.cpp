@@ -35,7 +35,7 @@ struct Gathered {
 };
 
 void addGroup(Gathered& gathered, const std::string& id, const std::string& title, const std::string& subtitle,
-              const std::string& icon, std::vector<PendingItem> items) {
+              const std::string& icon, std::vector<ItemToMeasure> items) {
   if (auto group = groupOf(id, title, subtitle, icon, measuredItems(std::move(items)))) {
     gathered.groups.push_back(std::move(group));
   }
@@ -66,7 +66,7 @@ void gatherJournal(const SystemDataTable::Journal& table, Gathered& gathered) {
   const auto usages = measure(std::vector<std::vector<std::string>>{folders});
   const std::int64_t size = usages.front().size;
   if (size == 0) return;  // nothing written yet
-  PendingItem pending;
+  ItemToMeasure pending;
   pending.item.id = "journal";
   pending.item.name = "System journal";
   pending.item.detail = "Logs of every service \u00b7 keeps the newest " + byteFormatter(table.keepBytes);
@@ -82,7 +82,7 @@ void gatherJournal(const SystemDataTable::Journal& table, Gathered& gathered) {
 void gatherPackageCache(const SystemDataTable::PackageCache& table, Gathered& gathered) {
   if (!toolFor(gathered, "apt-get", "the package cache")) return;
   const std::string archives = gathered.places.expand(table.archives);
-  PendingItem pending;
+  ItemToMeasure pending;
   for (const auto& entry : entriesByName(archives)) {
     if (!entry.isDir && entry.name.ends_with(".deb")) pending.measured.push_back(entry.path);
   }
@@ -116,10 +116,10 @@ void gatherSnapRevisions(const std::string& snap, const SystemDataTable::Snaps& 
     return;
   }
   const auto files = entriesByName(gathered.places.expand(table.files));
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   for (const auto& revision : *revisions) {
     if (!revision.hasNote("disabled")) continue;
-    PendingItem pending;
+    ItemToMeasure pending;
     pending.item.id = "snap-revision/" + revision.name + "/" + revision.revision;
     pending.item.name = revision.name + " revision " + revision.revision;
     pending.item.detail = "snap " + revision.version + " \u00b7 disabled, kept for going back";
@@ -140,9 +140,9 @@ void gatherSnapSnapshots(const std::string& snap, const SystemDataTable::Snaps& 
     return;
   }
   const auto files = entriesByName(gathered.places.expand(table.snapshots));
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   for (const auto& snapshot : *snapshots) {
-    PendingItem pending;
+    ItemToMeasure pending;
     pending.item.id = "snap-snapshot/" + snapshot.set + "/" + snapshot.snap;
     pending.item.name = snapshot.snap + " snapshot " + snapshot.set;
     pending.item.detail =
@@ -188,8 +188,8 @@ std::vector<std::string> runtimeFolders(const std::string& installation, const s
   return folders;
 }
 
-std::optional<PendingItem> unusedRuntimes(const std::string& flatpak, const std::string& installation, bool system,
-                                          Gathered& gathered) {
+std::optional<ItemToMeasure> unusedRuntimes(const std::string& flatpak, const std::string& installation, bool system,
+                                            Gathered& gathered) {
   const auto refs = listUnusedFlatpakRefs(flatpak, system, gathered.context);
   const std::string which = system ? "system" : "user";
   if (!refs) {
@@ -198,7 +198,7 @@ std::optional<PendingItem> unusedRuntimes(const std::string& flatpak, const std:
     return std::nullopt;
   }
   if (refs->empty()) return std::nullopt;
-  PendingItem pending;
+  ItemToMeasure pending;
   pending.item.id = "flatpak-unused/" + which;
   pending.item.name = "Unused runtimes (" + which + " installation)";
   for (const auto& ref : *refs) pending.item.detail += (pending.item.detail.empty() ? "" : ", ") + ref.id;
@@ -219,7 +219,7 @@ std::optional<PendingItem> unusedRuntimes(const std::string& flatpak, const std:
 void gatherFlatpakRuntimes(const SystemDataTable::FlatpakRuntimes& table, Gathered& gathered) {
   const auto flatpak = toolFor(gathered, "flatpak", "unused Flatpak runtimes");
   if (!flatpak) return;
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   if (auto user = unusedRuntimes(*flatpak, gathered.places.expand(table.userInstallation), false, gathered)) {
     items.push_back(std::move(*user));
   }
@@ -241,11 +241,11 @@ void gatherLocalSnapshots(const SystemDataTable::LocalSnapshots& table, Gathered
     return;
   }
   constexpr std::string_view prefix = "com.apple.TimeMachine.";
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   for (const auto& word : words(result.out)) {
     if (!word.starts_with(prefix) || !word.ends_with(".local")) continue;
     const std::string date = word.substr(prefix.size(), word.size() - prefix.size() - 6);
-    PendingItem pending;
+    ItemToMeasure pending;
     pending.item.id = "local-snapshot/" + date;
     pending.item.name = "Snapshot " + date;
     pending.item.detail = "Time Machine keeps it on this disk until space runs low";
@@ -258,8 +258,8 @@ void gatherLocalSnapshots(const SystemDataTable::LocalSnapshots& table, Gathered
 
 // --- files found by name ---
 
-PendingItem foundItem(const SystemDataTable::Found& table, const PathEntry& entry, Gathered& gathered) {
-  PendingItem pending;
+ItemToMeasure foundItem(const SystemDataTable::Found& table, const PathEntry& entry, Gathered& gathered) {
+  ItemToMeasure pending;
   pending.item.id = entry.path;
   pending.item.name = entry.name;
   pending.item.detail = gathered.places.tilde(parentPath(entry.path));
@@ -279,7 +279,7 @@ PendingItem foundItem(const SystemDataTable::Found& table, const PathEntry& entr
 }
 
 void gatherFound(const SystemDataTable::Found& table, Gathered& gathered) {
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   for (const auto& folder : table.folders) {
     for (const auto& entry : entriesByName(gathered.places.expand(folder))) {
       if ((table.foldersOnly && !entry.isDir) || (table.filesOnly && entry.isDir)) continue;

@@ -32,7 +32,7 @@ struct Gathered {
   const Context& context;
   const Places& places;
   std::vector<DevGroupPtr> groups;
-  std::vector<PendingItem> leftovers;
+  std::vector<ItemToMeasure> leftovers;
   std::vector<std::string> unchecked;  // "snaps (snapd isn't running)"
 };
 
@@ -47,8 +47,8 @@ void addGroup(Gathered& gathered, DevGroupPtr group) {
 
 // An item moved to the Trash with everything that belongs to it; the first path is the
 // thing itself.
-PendingItem trashItem(std::vector<std::string> paths, std::string name, std::string detail) {
-  PendingItem pending;
+ItemToMeasure trashItem(std::vector<std::string> paths, std::string name, std::string detail) {
+  ItemToMeasure pending;
   pending.item.id = paths.front();
   pending.item.name = std::move(name);
   pending.item.detail = std::move(detail);
@@ -61,7 +61,7 @@ PendingItem trashItem(std::vector<std::string> paths, std::string name, std::str
 
 // An app's data folder in the home folder: a separate item, because removing the app
 // leaves it where it is.
-void addDataFolder(const Places& places, std::vector<PendingItem>& items, const std::string& path,
+void addDataFolder(const Places& places, std::vector<ItemToMeasure>& items, const std::string& path,
                    const std::string& appName, const std::string& what) {
   if (isFolder(path)) items.push_back(trashItem({path}, appName + " data", places.tilde(path) + " \u00b7 " + what));
 }
@@ -69,15 +69,16 @@ void addDataFolder(const Places& places, std::vector<PendingItem>& items, const 
 // A leftover is ticked only when its owner is certainly gone.
 void addLeftover(Gathered& gathered, const std::string& path, const std::string& name, bool ownerGone,
                  const std::string& gone, const std::string& unsure) {
-  PendingItem pending = trashItem({path}, name, gathered.places.tilde(path) + " \u00b7 " + (ownerGone ? gone : unsure));
+  ItemToMeasure pending =
+      trashItem({path}, name, gathered.places.tilde(path) + " \u00b7 " + (ownerGone ? gone : unsure));
   pending.item.selected = ownerGone;
   gathered.leftovers.push_back(std::move(pending));
 }
 
 // --- Flatpak ---
 
-PendingItem flatpakItem(const FlatpakApp& app, const std::string& flatpak, const std::string& installation) {
-  PendingItem pending;
+ItemToMeasure flatpakItem(const FlatpakApp& app, const std::string& flatpak, const std::string& installation) {
+  ItemToMeasure pending;
   pending.item.id = "flatpak/" + app.installation + "/" + app.id;
   pending.item.name = app.name;
   pending.item.detail =
@@ -108,7 +109,7 @@ void gatherFlatpak(const UninstallerTable::Flatpak& table, const Places& places,
   }
   const std::string dataFolder = places.expand(table.data);
   std::set<std::string> installed;
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   for (const auto& app : apps.value_or(std::vector<FlatpakApp>{})) {
     installed.insert(app.id);
     const std::string installation = app.installation == "user" ? user : app.installation == "system" ? system : "";
@@ -151,11 +152,11 @@ void gatherSnaps(const UninstallerTable::Snap& table, const Places& places, Gath
   const auto files = entriesByName(places.expand(table.files));
   const std::string dataFolder = places.expand(table.data);
   std::set<std::string> installed;
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   for (const auto& revision : snaps.value_or(std::vector<SnapRevision>{})) {
     installed.insert(revision.name);
     if (isSystemSnap(revision)) continue;
-    PendingItem pending;
+    ItemToMeasure pending;
     pending.item.id = "snap/" + revision.name;
     pending.item.name = revision.name;
     pending.item.detail = "snap " + revision.version + " \u00b7 revision " + revision.revision;
@@ -197,8 +198,8 @@ std::vector<MenuEntry> menuEntries(const UninstallerTable::Debian& table, const 
   return found;
 }
 
-PendingItem packageItem(const PackageRecord& record, const std::string& title) {
-  PendingItem pending;
+ItemToMeasure packageItem(const PackageRecord& record, const std::string& title) {
+  ItemToMeasure pending;
   pending.item.id = "deb/" + record.name;
   pending.item.name = title;
   pending.item.detail = record.name + " " + record.version + " \u00b7 Debian package";
@@ -214,7 +215,7 @@ PendingItem packageItem(const PackageRecord& record, const std::string& title) {
 void addRemovedPackages(const std::vector<PackageRecord>& records, const Places& places, Gathered& gathered) {
   for (const auto& record : records) {
     if (record.status != "rc") continue;
-    PendingItem pending;
+    ItemToMeasure pending;
     pending.item.id = "deb-rc/" + record.name;
     pending.item.name = record.name;
     pending.item.detail = "removed package \u00b7 its configuration files are left";
@@ -247,7 +248,7 @@ void gatherDebian(const UninstallerTable::Debian& table, const Places& places, G
   std::map<std::string, const PackageRecord*> byName;
   for (const auto& record : *records) byName.emplace(record.name, &record);
 
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   std::set<std::string> offered;
   for (const auto& entry : entries) {
     const auto owner = owners->find(entry.systemPath);
@@ -286,7 +287,7 @@ std::vector<std::string> entriesStarting(const std::string& appImage, const std:
 
 void gatherAppImages(const UninstallerTable::AppImages& table, const Places& places, Gathered& gathered) {
   const auto entryFiles = entriesByName(places.expand(table.entryFolder));
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   std::set<std::string> seen;
   for (const auto& folder : table.folders) {
     for (const auto& file : entriesByName(places.expand(folder))) {
@@ -308,7 +309,7 @@ void gatherAppImages(const UninstallerTable::AppImages& table, const Places& pla
 
 void gatherBundles(const UninstallerTable::Bundles& table, const Places& places, Gathered& gathered) {
   std::set<std::string> identifiers;
-  std::vector<PendingItem> items;
+  std::vector<ItemToMeasure> items;
   for (const auto& folder : table.folders) {
     for (const auto& bundle : entriesByName(places.expand(folder))) {
       if (!bundle.isDir || !bundle.name.ends_with(".app")) continue;
