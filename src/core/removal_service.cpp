@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "core/concurrent.h"
+#include "core/dev_safety.h"
 #include "core/format.h"
 #include "core/history.h"
 #include "core/sizes.h"
@@ -28,6 +29,11 @@ ActionOutcome removeOne(const Context& context, const RemovalItem& item, std::si
   return outcome;
 }
 
+bool freedSomething(const ActionOutcome& outcome) {
+  return outcome.freed > 0 && (outcome.status == ActionOutcome::Status::failed ||
+                               outcome.status == ActionOutcome::Status::needsAdministrator);
+}
+
 std::vector<HistoryRecord> historyRecords(const std::vector<RemovalItem>& items, const RemovalReport& report,
                                           const RemovalOptions& options) {
   std::vector<HistoryRecord> records;
@@ -39,7 +45,8 @@ std::vector<HistoryRecord> historyRecords(const std::vector<RemovalItem>& items,
   }
   for (std::size_t index = 0; index < items.size(); ++index) {
     const ActionOutcome& outcome = report.outcomes[index];
-    if (outcome.status == ActionOutcome::Status::done) {
+    // A removal that stopped part way still removed something, and is logged with it.
+    if (outcome.status == ActionOutcome::Status::done || freedSomething(outcome)) {
       records.push_back({*options.category, items[index].name, outcome.freed, items[index].restore});
     }
   }
@@ -55,9 +62,10 @@ RemovalItem RemovalItem::of(const DevItem& item, const std::optional<DevAction>&
   const DevAction action = override ? *override : item.action;
   removal.plainDeletion = !override && std::holds_alternative<DevAction::RemovePaths>(action.value);
   const std::int64_t freeable = override ? 0 : item.freeable.value_or(0);
-  removal.remove = [action, freeable](const Context& context) {
+  removal.remove = [action, freeable, counted = !override](const Context& context) {
     ActionOutcome outcome = action.perform(context);
-    if (outcome.succeeded()) outcome = ActionOutcome::success(freeable);
+    if (outcome.status == ActionOutcome::Status::done) outcome = ActionOutcome::success(freeable);
+    if (!counted) outcome.freed = 0;
     return outcome;
   };
   return removal;
@@ -83,6 +91,10 @@ std::string RemovalReport::summary(const std::vector<RemovalItem>& items) const 
 RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>& items,
                           const RemovalOptions& options) {
   RemovalReport report;
+  if (const auto refusal = DevSafety::refusalOfRemovals(context)) {
+    report.outcomes.assign(items.size(), ActionOutcome::failure(*refusal));
+    return report;
+  }
   report.outcomes.resize(items.size());  // each slot written once
   const auto perform = [&](std::size_t index) {
     report.outcomes[index] = removeOne(context, items[index], index, options);
@@ -93,7 +105,9 @@ RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>
     for (std::size_t index = 0; index < items.size(); ++index) perform(index);
   }
   for (const auto& outcome : report.outcomes) {
-    if (outcome.status == ActionOutcome::Status::done) report.freed = saturatingAdd(report.freed, outcome.freed);
+    if (outcome.status == ActionOutcome::Status::done || freedSomething(outcome)) {
+      report.freed = saturatingAdd(report.freed, outcome.freed);
+    }
   }
   // One write for the whole batch: recording item by item would rewrite the log each time.
   if (context.history) context.history->record(historyRecords(items, report, options));
