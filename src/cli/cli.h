@@ -90,6 +90,10 @@ void emit(const nlohmann::json& value);
 // Text for standard output: invalid UTF-8 replaced so a table never breaks.
 [[nodiscard]] std::string printable(const std::string& text);
 
+// Text for a terminal: printable, with control characters shown as "\x1b" (or "\u009b"),
+// so that a file name can neither move the cursor nor change colours.
+[[nodiscard]] std::string terminalText(const std::string& text);
+
 // One frame of the spinner: frame, message and status, cut to 100 characters.
 [[nodiscard]] std::string spinnerLine(std::size_t iteration, const std::string& message,
                                       const std::function<std::string()>& status);

@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include <fmt/format.h>
+
 #include "cli/cli.h"
 #include "core/format.h"
 #include "core/text.h"
@@ -12,6 +14,24 @@ namespace tw::CLI {
 
 std::string printable(const std::string& text) { return validUtf8(text); }
 
+std::string terminalText(const std::string& text) {
+  const std::string valid = validUtf8(text);
+  std::string shown;
+  for (std::size_t at = 0; at < valid.size(); ++at) {
+    const auto byte = static_cast<unsigned char>(valid[at]);
+    const auto next = at + 1 < valid.size() ? static_cast<unsigned char>(valid[at + 1]) : 0;
+    if (byte < 0x20 || byte == 0x7f) {
+      shown += fmt::format("\\x{:02x}", byte);
+    } else if (byte == 0xc2 && next >= 0x80 && next <= 0x9f) {  // C1 controls, U+0080 to U+009F
+      shown += fmt::format("\\u{:04x}", next);
+      ++at;
+    } else {
+      shown += valid[at];
+    }
+  }
+  return shown;
+}
+
 std::string formatTable(const std::vector<std::vector<std::string>>& rows, const std::vector<Align>& align,
                         const std::string& indent) {
   std::size_t columns = 0;
@@ -20,7 +40,7 @@ std::string formatTable(const std::vector<std::vector<std::string>>& rows, const
   std::vector<std::size_t> widths(columns, 0);
   for (const auto& row : rows) {
     for (std::size_t column = 0; column < row.size(); ++column) {
-      widths[column] = std::max(widths[column], characterCount(validUtf8(row[column])));
+      widths[column] = std::max(widths[column], characterCount(terminalText(row[column])));
     }
   }
   const auto alignment = [&](std::size_t column) { return column < align.size() ? align[column] : Align::left; };
@@ -28,7 +48,7 @@ std::string formatTable(const std::vector<std::vector<std::string>>& rows, const
   for (const auto& row : rows) {
     out += indent;
     for (std::size_t column = 0; column < row.size(); ++column) {
-      const std::string cell = validUtf8(row[column]);
+      const std::string cell = terminalText(row[column]);
       const std::string padding(widths[column] - characterCount(cell), ' ');
       const bool last = column + 1 == row.size();
       if (alignment(column) == Align::right) {

@@ -65,13 +65,14 @@ nlohmann::json groupJSON(const DevGroup& group, const std::string& home) {
 
 void printListText(const std::string& screen, const std::vector<DevGroupPtr>& groups,
                    const std::optional<std::string>& note, std::int64_t total) {
-  std::printf("%s  (columns: space freed, apparent size) pre-selected [x]\n", printable(screenTitle(screen)).c_str());
+  std::printf("%s  (columns: space freed, apparent size) pre-selected [x]\n",
+              terminalText(screenTitle(screen)).c_str());
   for (const auto& group : groups) {
     std::string heading = group->title;
     if (!group->subtitle.empty()) heading += "  " + group->subtitle;
     if (!group->badges().empty()) heading += "  " + badgeText(group->badges());
-    std::printf("\n%s\n", printable(heading).c_str());
-    if (group->note()) std::printf("  %s\n", printable(*group->note()).c_str());
+    std::printf("\n%s\n", terminalText(heading).c_str());
+    if (group->note()) std::printf("  %s\n", terminalText(*group->note()).c_str());
     std::vector<std::vector<std::string>> rows;
     for (const auto& item : group->items()) {
       std::string name = item.name;
@@ -80,7 +81,7 @@ void printListText(const std::string& screen, const std::vector<DevGroupPtr>& gr
     }
     table(rows, {Align::left, Align::right, Align::right}, "  ");
   }
-  if (note) std::printf("\n%s\n", printable(*note).c_str());
+  if (note) std::printf("\n%s\n", terminalText(*note).c_str());
   std::printf("\nTotal %s\n", byteFormatter(total).c_str());
   std::printf("Preview cleanup with `tidewarden %s clean --selected --dry-run`.\n", screen.c_str());
 }
