@@ -151,7 +151,7 @@ int run(const std::vector<std::string>& arguments, const Context& context) {
     std::fprintf(stderr, "tidewarden: %s\nRun 'tidewarden help' for usage.\n", error.what());
     return 2;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "tidewarden: %s\n", error.what());
+    std::fprintf(stderr, "tidewarden: %s\n", terminalText(error.what()).c_str());
     return 1;
   }
 }
