@@ -15,10 +15,7 @@ namespace {
 class GitFailClosed : public ::testing::Test {
  protected:
   void SetUp() override {
-    git.run(home.path(), {"init", "--quiet", "--bare", "-b", "main", remote});
-    git.initRepository(app);
-    git.run(app, {"remote", "add", "origin", remote});
-    git.run(app, {"push", "--quiet", "origin", "main"});
+    git.initRepositoryWithRemote(app, remote);
     git.run(app, {"worktree", "add", "--quiet", "-b", "feature", tree});
     git.run(tree, {"push", "--quiet", "origin", "feature"});
   }
