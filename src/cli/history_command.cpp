@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "core/format.h"
 #include "core/history.h"
+#include "core/sizes.h"
 
 namespace tw::CLI {
 namespace {
@@ -29,7 +30,7 @@ int historyCommand(const Args& args, const Context& context) {
     std::int64_t totalBytes = 0;
     nlohmann::json entries = nlohmann::json::array();
     for (const auto& entry : newest) {
-      totalBytes += entry.bytes;
+      totalBytes = saturatingAdd(totalBytes, entry.bytes);
       entries.push_back(entryJSON(entry));
     }
     emit({{"count", newest.size()}, {"totalBytes", totalBytes}, {"entries", entries}});
