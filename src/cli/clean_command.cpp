@@ -67,7 +67,7 @@ void printSummary(const JunkCleanOutcome& outcome, const std::string& home) {
   if (outcome.failed.empty()) return;
   std::printf("\n%s could not be fully deleted (in use or protected):\n",
               plural(static_cast<std::int64_t>(outcome.failed.size()), "item").c_str());
-  for (const auto& path : outcome.failed) std::printf("  %s\n", printable(tilde(path, home)).c_str());
+  for (const auto& path : outcome.failed) std::printf("  %s\n", terminalText(tilde(path, home)).c_str());
 }
 
 JunkCleanOutcome clean(const SafeJunk& safe, const JunkScanResult& scan, bool quiet, const Context& context) {
@@ -79,7 +79,7 @@ JunkCleanOutcome clean(const SafeJunk& safe, const JunkScanResult& scan, bool qu
   };
   const auto progress = [&](const std::string& path) {
     const std::lock_guard guard(lock);
-    current = printable(tilde(path, context.home));
+    current = terminalText(tilde(path, context.home));
   };
   return busy(quiet, status, "Cleaning " + plural(safe.count, "item"),
               [&] { return cleanJunk(safe.categories, scan.identities, context, progress); });

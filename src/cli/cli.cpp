@@ -2,8 +2,10 @@
 
 #include <cstdio>
 #include <exception>
+#include <optional>
 
 #include "cli/commands.h"
+#include "core/dev_safety.h"
 #include "screens/registry.h"
 
 namespace tw::CLI {
@@ -39,6 +41,22 @@ int help(const Args& args) {
   return 0;
 }
 
+// A run that would really remove something (not a listing, a preview or a dry run).
+bool removes(const std::string& word, const Args& args) {
+  if (!args.has("yes") || args.has("dry-run")) return false;
+  const std::string subcommand = args.positional.empty() ? "" : args.positional.front();
+  return word == "clean" || (word == "trash" && subcommand == "empty") || subcommand == "clean";
+}
+
+// Refuses a removing run in a context where nothing may be removed, in one sentence.
+std::optional<int> refusedRemoval(const std::string& word, const Args& args, const Context& context) {
+  if (!removes(word, args)) return std::nullopt;
+  const auto refusal = DevSafety::refusalOfRemovals(context);
+  if (!refusal) return std::nullopt;
+  std::fprintf(stderr, "tidewarden: %s\n", refusal->c_str());
+  return 1;
+}
+
 int dispatch(const std::vector<std::string>& arguments, const Context& context) {
   const std::string& word = arguments.front();
   const std::vector<std::string> rest(arguments.begin() + 1, arguments.end());
@@ -46,6 +64,7 @@ int dispatch(const std::vector<std::string>& arguments, const Context& context) 
     const Grammar& grammar = found->second;
     const Args args(rest, grammar.flags, grammar.options, grammar.maxPositional);
     if (word == "help" || word == "--help" || word == "-h") return help(args);
+    if (const auto refused = refusedRemoval(word, args, context)) return *refused;
     if (word == "status") return statusCommand(args, context);
     if (word == "scan") return scanCommand(args, context);
     if (word == "junk") return junkCommand(args, context);
@@ -55,6 +74,7 @@ int dispatch(const std::vector<std::string>& arguments, const Context& context) 
   }
   if (const auto found = providers().find(word); found != providers().end()) {
     const Args args(rest, screenGrammar.flags, screenGrammar.options, screenGrammar.maxPositional);
+    if (const auto refused = refusedRemoval(word, args, context)) return *refused;
     return screenCommand(word, found->second, args, context);
   }
   std::fprintf(stderr, "tidewarden: unknown command '%s'\n%s\n", word.c_str(), usage().c_str());
@@ -131,7 +151,7 @@ int run(const std::vector<std::string>& arguments, const Context& context) {
     std::fprintf(stderr, "tidewarden: %s\nRun 'tidewarden help' for usage.\n", error.what());
     return 2;
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "tidewarden: %s\n", error.what());
+    std::fprintf(stderr, "tidewarden: %s\n", terminalText(error.what()).c_str());
     return 1;
   }
 }

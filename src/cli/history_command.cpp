@@ -4,6 +4,7 @@
 #include "cli/commands.h"
 #include "core/format.h"
 #include "core/history.h"
+#include "core/sizes.h"
 
 namespace tw::CLI {
 namespace {
@@ -29,7 +30,7 @@ int historyCommand(const Args& args, const Context& context) {
     std::int64_t totalBytes = 0;
     nlohmann::json entries = nlohmann::json::array();
     for (const auto& entry : newest) {
-      totalBytes += entry.bytes;
+      totalBytes = saturatingAdd(totalBytes, entry.bytes);
       entries.push_back(entryJSON(entry));
     }
     emit({{"count", newest.size()}, {"totalBytes", totalBytes}, {"entries", entries}});
@@ -41,10 +42,10 @@ int historyCommand(const Args& args, const Context& context) {
   }
   std::vector<std::vector<std::string>> rows;
   for (const auto& entry : newest) {
-    std::vector<std::string> row{localDateTime(entry.date), printable(entry.category), printable(entry.name),
+    std::vector<std::string> row{localDateTime(entry.date), terminalText(entry.category), terminalText(entry.name),
                                  byteFormatter(entry.bytes)};
     // Without a hint the row ends at the size, so no line ends in blanks.
-    if (entry.restore) row.push_back(printable(*entry.restore));
+    if (entry.restore) row.push_back(terminalText(*entry.restore));
     rows.push_back(std::move(row));
   }
   table(rows, {Align::left, Align::left, Align::left, Align::right});

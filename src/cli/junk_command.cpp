@@ -51,7 +51,7 @@ void printText(const JunkCategories& categories, bool withItems, std::int64_t to
   const auto lines = splitLines(formatTable(rows, {Align::left, Align::right, Align::right}));
   for (std::size_t index = 0; index < categories.size() && index < lines.size(); ++index) {
     std::printf("%s\n", lines[index].c_str());
-    if (const auto& note = categories[index]->note()) std::printf("      %s\n", printable(*note).c_str());
+    if (const auto& note = categories[index]->note()) std::printf("      %s\n", terminalText(*note).c_str());
     if (withItems) printItems(*categories[index], home);
   }
   std::printf("\nTotal %s. `tidewarden clean --safe` frees %s (✓ categories).\n", byteFormatter(total).c_str(),

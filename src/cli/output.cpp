@@ -14,17 +14,50 @@ namespace tw::CLI {
 
 std::string printable(const std::string& text) { return validUtf8(text); }
 
+namespace {
+
+// U+202A to U+202E (embeddings and overrides), U+2066 to U+2069 (isolates), U+200E,
+// U+200F and U+061C (direction marks): each reorders what the terminal shows, so a name
+// holding one could show as another. Their UTF-8 forms.
+bool isDirectionControl(std::string_view rest, std::size_t& length, unsigned& codePoint) {
+  const auto byte = [&](std::size_t index) { return static_cast<unsigned char>(rest[index]); };
+  if (rest.size() >= 3 && byte(0) == 0xe2 && byte(1) == 0x80 &&
+      (byte(2) == 0x8e || byte(2) == 0x8f || (byte(2) >= 0xaa && byte(2) <= 0xae))) {
+    length = 3;
+    codePoint = 0x2000 + (byte(2) - 0x80);
+    return true;
+  }
+  if (rest.size() >= 3 && byte(0) == 0xe2 && byte(1) == 0x81 && byte(2) >= 0xa6 && byte(2) <= 0xa9) {
+    length = 3;
+    codePoint = 0x2040 + (byte(2) - 0x80);
+    return true;
+  }
+  if (rest.size() >= 2 && byte(0) == 0xd8 && byte(1) == 0x9c) {
+    length = 2;
+    codePoint = 0x061c;
+    return true;
+  }
+  return false;
+}
+
+}  // namespace
+
 std::string terminalText(const std::string& text) {
   const std::string valid = validUtf8(text);
   std::string shown;
   for (std::size_t at = 0; at < valid.size(); ++at) {
     const auto byte = static_cast<unsigned char>(valid[at]);
     const auto next = at + 1 < valid.size() ? static_cast<unsigned char>(valid[at + 1]) : 0;
+    std::size_t length = 0;
+    unsigned codePoint = 0;
     if (byte < 0x20 || byte == 0x7f) {
       shown += fmt::format("\\x{:02x}", byte);
     } else if (byte == 0xc2 && next >= 0x80 && next <= 0x9f) {  // C1 controls, U+0080 to U+009F
       shown += fmt::format("\\u{:04x}", next);
       ++at;
+    } else if (isDirectionControl(std::string_view(valid).substr(at), length, codePoint)) {
+      shown += fmt::format("\\u{:04x}", codePoint);
+      at += length - 1;
     } else {
       shown += valid[at];
     }

@@ -50,8 +50,8 @@ void printText(const FSNode& root, const ScanView& view, double seconds, const s
     std::vector<std::vector<std::string>> rows{{"SIZE", "REAL", "NAME"}};
     for (std::size_t i = 0; i < shown; ++i) {
       const FSNode& child = *root.children[i];
-      rows.push_back(
-          {byteFormatter(child.size), byteFormatter(child.freeable), printable(child.name) + (child.isDir ? "/" : "")});
+      rows.push_back({byteFormatter(child.size), byteFormatter(child.freeable),
+                      terminalText(child.name) + (child.isDir ? "/" : "")});
     }
     table(rows, {Align::right, Align::right}, "  ");
   }
@@ -65,7 +65,7 @@ void printText(const FSNode& root, const ScanView& view, double seconds, const s
     std::printf("  %s under 1 MB (%s)\n", plural(root.smallCount, "item").c_str(),
                 byteFormatter(root.smallBytes).c_str());
   }
-  std::printf("\n%s: %s (%s freeable) in %s, %.1fs\n", printable(tilde(root.name, home)).c_str(),
+  std::printf("\n%s: %s (%s freeable) in %s, %.1fs\n", terminalText(tilde(root.name, home)).c_str(),
               byteFormatter(root.size).c_str(), byteFormatter(root.freeable).c_str(),
               plural(root.itemCount, "item").c_str(), seconds);
   std::printf("\nREAL is the space deleting would free (APFS clones and hard links excluded).\n");
@@ -79,10 +79,10 @@ int scanCommand(const Args& args, const Context& context) {
 
   DiskScanner scanner(DiskScanner::skipsFor(path));
   const auto progress = [&scanner, &context] {
-    return "· " + plural(scanner.items(), "item") + " · " + printable(tilde(scanner.current(), context.home));
+    return "· " + plural(scanner.items(), "item") + " · " + terminalText(tilde(scanner.current(), context.home));
   };
   const auto started = std::chrono::steady_clock::now();
-  const auto root = busy(args.json(), progress, "Scanning " + printable(tilde(path, context.home)),
+  const auto root = busy(args.json(), progress, "Scanning " + terminalText(tilde(path, context.home)),
                          [&] { return scanner.scan(path); });
   const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - started).count();
 

@@ -133,7 +133,7 @@ int preview(const std::string& screen, const std::vector<DevItem>& items, const 
     table(rows, {}, "  ");
     if (!warnings.empty()) {
       std::printf("\nWarnings:\n");
-      for (const auto& warning : warnings) std::printf("  ! %s\n", printable(warning).c_str());
+      for (const auto& warning : warnings) std::printf("  ! %s\n", terminalText(warning).c_str());
     }
   }
   if (dryRun) return 0;
@@ -151,7 +151,7 @@ int clean(const std::string& screen, const ProviderResult& result, const Args& a
             {"failed", nlohmann::json::array()},
             {"provider", screen}});
     } else {
-      std::printf("No pre-selected %s items. Nothing to do.\n", printable(screenTitle(screen)).c_str());
+      std::printf("No pre-selected %s items. Nothing to do.\n", terminalText(screenTitle(screen)).c_str());
     }
     return 0;
   }
@@ -188,7 +188,7 @@ int clean(const std::string& screen, const ProviderResult& result, const Args& a
     std::printf("Freed %s (%zu done).\n", byteFormatter(report.freed).c_str(), done);
     for (std::size_t index = 0; index < items.size(); ++index) {
       if (const auto error = report.outcomes[index].error()) {
-        std::printf("  failed: %s: %s\n", printable(items[index].name).c_str(), printable(*error).c_str());
+        std::printf("  failed: %s: %s\n", terminalText(items[index].name).c_str(), terminalText(*error).c_str());
       }
     }
   }

@@ -15,7 +15,8 @@ constexpr const char* frames[] = {"⠋", "⠙", "⠹", "⠸", "⠼", "⠴", "⠦
 std::string spinnerLine(std::size_t iteration, const std::string& message, const std::function<std::string()>& status) {
   std::string line = std::string(frames[iteration % 10]) + " " + message;
   if (status) line += " " + status();
-  line = validUtf8(line);
+  // Names in the message or the status must not move the cursor or reorder the line.
+  line = terminalText(line);
   if (characterCount(line) >= 101) line = firstCharacters(line, 99) + "…";
   return line;
 }

@@ -36,7 +36,7 @@ int statusCommand(const Args& args, const Context& context) {
     return 0;
   }
   const int full = std::clamp(static_cast<int>(std::lround(usedShare * kBarCells)), 0, kBarCells);
-  std::printf("%s\n", printable(volume.name).c_str());
+  std::printf("%s\n", terminalText(volume.name).c_str());
   std::printf("  [%s%s] %.0f%% used\n", repeated("█", full).c_str(), repeated("░", kBarCells - full).c_str(),
               usedShare * 100);
   table({{"Total", byteFormatter(volume.total)},

@@ -69,9 +69,9 @@ nlohmann::json itemsJSON(const std::vector<TrashItem>& items) {
 void printItems(const std::vector<TrashItem>& items, const std::string& home) {
   std::vector<std::vector<std::string>> rows{{"NAME", "SIZE", "DELETED", "FROM"}};
   for (const auto& item : items) {
-    rows.push_back({printable(item.name), byteFormatter(item.size.value_or(0)),
+    rows.push_back({terminalText(item.name), byteFormatter(item.size.value_or(0)),
                     item.trashed ? localDateTime(*item.trashed) : "-",
-                    item.origin ? printable(tilde(*item.origin, home)) : "-"});
+                    item.origin ? terminalText(tilde(*item.origin, home)) : "-"});
   }
   table(rows, {Align::left, Align::right, Align::left, Align::left});
   std::printf("\n%s, %s\n", plural(static_cast<std::int64_t>(items.size()), "item").c_str(),
@@ -110,7 +110,7 @@ int preview(const Args& args, const HomeTrash& trash, const std::string& home) {
 void printPaths(const std::vector<std::string>& paths, const std::string& heading, const std::string& home) {
   if (paths.empty()) return;
   std::printf("%zu%s\n", paths.size(), heading.c_str());
-  for (const auto& path : paths) std::printf("  %s\n", printable(tilde(path, home)).c_str());
+  for (const auto& path : paths) std::printf("  %s\n", terminalText(tilde(path, home)).c_str());
 }
 
 int empty(const Args& args, const HomeTrash& trash, const Context& context) {

@@ -24,8 +24,12 @@ struct ActionOutcome {
   [[nodiscard]] static ActionOutcome success(std::int64_t freed = 0) { return {Status::done, "", freed}; }
   [[nodiscard]] static ActionOutcome gone() { return {Status::alreadyGone, "", 0}; }
   [[nodiscard]] static ActionOutcome failure(std::string reason) { return {Status::failed, std::move(reason), 0}; }
-  [[nodiscard]] static ActionOutcome needsRights(std::string reason) {
-    return {Status::needsAdministrator, std::move(reason), 0};
+  [[nodiscard]] static ActionOutcome needsRights(std::string reason, std::int64_t freed = 0) {
+    return {Status::needsAdministrator, std::move(reason), freed};
+  }
+  // Stopped part way: `freed` bytes are gone, `reason` says why the rest is not.
+  [[nodiscard]] static ActionOutcome partial(std::string reason, std::int64_t freed) {
+    return {Status::failed, std::move(reason), freed};
   }
   [[nodiscard]] static ActionOutcome cancellation(std::string reason = "Cancelled") {
     return {Status::cancelled, std::move(reason), 0};

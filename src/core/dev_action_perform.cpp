@@ -2,11 +2,13 @@
 #include "core/dev_item.h"
 #include "core/dev_safety.h"
 #include "core/file_manager.h"
+#include "core/removal_words.h"
 #include "core/shell.h"
+#include "core/sizes.h"
 #include "core/text.h"
+#include "fs/anchored_remove.h"
 #include "fs/file_io.h"
 #include "fs/path.h"
-#include "fs/safe_remove.h"
 #include "fs/trash_mover.h"
 
 namespace tw {
@@ -15,25 +17,23 @@ namespace {
 // Tool commands may rebuild indexes or prune large caches.
 constexpr double commandTimeout = 300;
 
-bool refusedForLackOfRights(const std::error_code& error) {
-  return error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
-}
-
 ActionOutcome removeEach(const DevAction::RemovePaths& action, const Context& context) {
+  std::int64_t freed = 0;
   for (const auto& path : action.paths) {
     if (context.stopRequested()) return ActionOutcome::cancellation();
     if (!pathExists(path)) continue;  // already gone is as good as removed
-    if (!DevSafety::canRemove(path, context)) return ActionOutcome::failure("Refused to delete " + path);
-    // The same descriptor-walking removal as DiskScanner::remove, whose home-only guard
-    // would refuse project roots elsewhere; here canRemove is the guard, and we keep the
-    // system's reason for the message.
-    if (const auto error = removeTreeSafely(path)) {
-      std::string reason = "Couldn't delete " + lastPathComponent(path) + ": " + error.message();
-      return refusedForLackOfRights(error) ? ActionOutcome::needsRights(std::move(reason))
-                                           : ActionOutcome::failure(std::move(reason));
+    // The removal starts from the root that allows it, not from the path string.
+    const auto start = DevSafety::removalStart(path, context);
+    if (!start) return ActionOutcome::failure("Refused to delete " + path);
+    const AnchoredRemoval removal = removeBeneath(start->top, start->path);
+    freed = saturatingAdd(freed, removal.freed);
+    if (removal.error) {
+      ActionOutcome outcome = outcomeOfRemoval(lastPathComponent(path), removal);
+      outcome.freed = freed;
+      return outcome;
     }
   }
-  return ActionOutcome::success();
+  return ActionOutcome::success(freed);
 }
 
 ActionOutcome trashEach(const DevAction::Trash& action, const Context& context) {

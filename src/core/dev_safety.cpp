@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "core/settings.h"
+#include "core/system_folders.h"
 #include "fs/file_io.h"
 #include "fs/path.h"
 
@@ -45,9 +46,42 @@ bool deepEnoughBelow(const std::string& path, const std::string& root) {
   return path.starts_with(prefix) && componentCount(std::string_view(path).substr(prefix.size())) >= 2;
 }
 
+std::vector<std::string> allowedRoots(const Context& context) {
+  std::vector<std::string> roots{context.home};
+  if (context.settings) {
+    for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.push_back(root);
+  }
+  return roots;
+}
+
+// What canRemove checks, answering where the removal starts and what it removes.
+std::optional<RemovalStart> allowingRoot(const std::string& path, const Context& context) {
+  const std::string standardized = standardizePath(path);
+  if (standardized.empty() || standardized.front() != '/') return std::nullopt;
+  if (standardized.find("/../") != std::string::npos || standardized.ends_with("/..")) return std::nullopt;
+  const std::string target = whatItNames(standardized);
+  if (isSystemFolder(target) || isSystemFolder(standardized)) return std::nullopt;
+
+  // A repository root is never deleted directly, whatever else allows it.
+  if (pathExists(target + "/.git")) return std::nullopt;
+
+  std::optional<RemovalStart> deepest;
+  for (const auto& root : allowedRoots(context)) {
+    const std::string written = standardizePath(root), resolved = resolvedRoot(root);
+    if (isSystemFolder(written) || isSystemFolder(resolved) || !deepEnoughBelow(target, resolved)) continue;
+    // From the root as the path spells it where it can; else what the path really names,
+    // from the root as it really is.
+    RemovalStart start =
+        deepEnoughBelow(standardized, written) ? RemovalStart{written, standardized} : RemovalStart{resolved, target};
+    if (!deepest || start.top.size() > deepest->top.size()) deepest = std::move(start);
+  }
+  return deepest;
+}
+
 }  // namespace
 
 bool DevSafety::deepInsideHome(const std::string& path, const std::string& home) {
+  if (isSystemFolder(standardizePath(home))) return false;
   const std::string prefix = home + "/";
   if (!path.starts_with(prefix)) return false;
   std::string_view rest = std::string_view(path).substr(prefix.size());
@@ -64,22 +98,28 @@ bool DevSafety::deepInsideHome(const std::string& path, const std::string& home)
 }
 
 bool DevSafety::canRemove(const std::string& path, const Context& context) {
-  const std::string standardized = standardizePath(path);
-  if (standardized.empty() || standardized.front() != '/') return false;
-  if (standardized.find("/../") != std::string::npos || standardized.ends_with("/..")) return false;
-  const std::string target = whatItNames(standardized);
+  return allowingRoot(path, context).has_value();
+}
 
-  // A repository root is never deleted directly, whatever else allows it.
-  if (pathExists(target + "/.git")) return false;
+std::optional<RemovalStart> DevSafety::removalStart(const std::string& path, const Context& context) {
+  return allowingRoot(path, context);
+}
 
-  std::vector<std::string> roots{context.home};
-  if (context.settings) {
-    for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.push_back(root);
+std::optional<std::string> DevSafety::refusalOfRemovals(const Context& context) {
+  const std::string home = standardizePath(context.home);
+  if (isSystemFolder(home) || isSystemFolder(resolvedRoot(home))) {
+    return "Refusing to delete anything: the home folder is " + home +
+           ", a system folder; set HOME to your own folder.";
   }
-  for (const auto& root : roots) {
-    if (deepEnoughBelow(target, resolvedRoot(root))) return true;
+  if (!context.settings) return std::nullopt;
+  for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) {
+    const std::string written = standardizePath(root);
+    if (isSystemFolder(written) || isSystemFolder(resolvedRoot(written))) {
+      return "Refusing to delete anything: the project folder " + written + " is a system folder; remove it from " +
+             DevSettings::projectRootsKey + " in " + context.settings->path() + ".";
+    }
   }
-  return false;
+  return std::nullopt;
 }
 
 }  // namespace tw

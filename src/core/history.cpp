@@ -11,12 +11,14 @@
 #include "core/text.h"
 #include "core/uuid.h"
 #include "fs/file_io.h"
+#include "fs/file_lock.h"
+#include "fs/regular_file.h"
 
 namespace tw {
 namespace {
 
 // 5000 entries take about a megabyte; anything far beyond that is not our file.
-constexpr off_t largestReadableFile = 64 << 20;
+constexpr std::size_t largestReadableFile = 64 << 20;
 
 std::optional<HistoryEntry> decodeEntry(simdjson::dom::element element) {
   simdjson::dom::object object;
@@ -110,10 +112,10 @@ std::string encode(const std::vector<HistoryEntry>& entries) {
   return out;
 }
 
+// Only a regular file, opened without blocking and read up to the limit: a pipe or a
+// device put in its place reads as an empty history at once.
 std::vector<HistoryEntry> readLocked(const std::string& path) {
-  struct stat info {};
-  if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode) || info.st_size > largestReadableFile) return {};
-  const auto contents = readWholeFile(path);
+  const auto contents = readRegularFile(path, largestReadableFile);
   return contents ? decode(*contents) : std::vector<HistoryEntry>{};
 }
 
@@ -131,6 +133,8 @@ const std::string& History::file() const {
 
 std::string History::filePath() const { return file(); }
 
+std::string History::lockFile() const { return file() + ".lock"; }
+
 std::vector<HistoryEntry> History::entries() const {
   const std::string& path = file();
   std::lock_guard lock(lock_);
@@ -144,22 +148,26 @@ void History::record(const std::string& category, const std::string& name, std::
 
 void History::record(const std::vector<HistoryRecord>& records) {
   if (!recording_ || records.empty()) return;
-  // Read and write under two separate holds of the lock: a recording that races another
-  // in between may lose that one's entries, but every file written is whole.
-  std::vector<HistoryEntry> list = entries();
+  // The whole read-modify-write under this process's lock and the lock file's, so that
+  // another Tidewarden process (the app, its runner, a terminal) recording at the same
+  // time waits instead of writing over these entries.
+  const std::string& path = file();
   std::lock_guard lock(lock_);
+  const ExclusiveFileLock otherProcesses(lockFile());
+  std::vector<HistoryEntry> list = readLocked(path);
   for (const auto& record : records) {
     list.push_back({makeUuid(), std::chrono::system_clock::now(), validUtf8(record.category), validUtf8(record.name),
                     record.bytes, record.restore ? std::optional(validUtf8(*record.restore)) : std::nullopt});
   }
   if (list.size() > cap) list.erase(list.begin(), list.end() - static_cast<std::ptrdiff_t>(cap));
   // A failed write leaves the file as it was.
-  (void)writeFileAtomically(file(), encode(list));
+  (void)writeFileAtomically(path, encode(list));
 }
 
 void History::clear() {
   const std::string& path = file();
   std::lock_guard lock(lock_);
+  const ExclusiveFileLock otherProcesses(lockFile());
   ::unlink(path.c_str());
 }
 

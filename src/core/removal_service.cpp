@@ -7,6 +7,7 @@
 
 #include "core/admin_batch.h"
 #include "core/concurrent.h"
+#include "core/dev_safety.h"
 #include "core/format.h"
 #include "core/history.h"
 #include "core/sizes.h"
@@ -66,6 +67,11 @@ void removeInOrder(const Context& context, const std::vector<RemovalItem>& items
   for (std::size_t index = 0; index < items.size(); ++index) outcomes[index] = std::move(*ended[index]);
 }
 
+bool freedSomething(const ActionOutcome& outcome) {
+  return outcome.freed > 0 && (outcome.status == ActionOutcome::Status::failed ||
+                               outcome.status == ActionOutcome::Status::needsAdministrator);
+}
+
 std::vector<HistoryRecord> historyRecords(const std::vector<RemovalItem>& items, const RemovalReport& report,
                                           const RemovalOptions& options) {
   std::vector<HistoryRecord> records;
@@ -77,7 +83,8 @@ std::vector<HistoryRecord> historyRecords(const std::vector<RemovalItem>& items,
   }
   for (std::size_t index = 0; index < items.size(); ++index) {
     const ActionOutcome& outcome = report.outcomes[index];
-    if (outcome.status == ActionOutcome::Status::done) {
+    // A removal that stopped part way still removed something, and is logged with it.
+    if (outcome.status == ActionOutcome::Status::done || freedSomething(outcome)) {
       records.push_back({*options.category, items[index].name, outcome.freed, items[index].restore});
     }
   }
@@ -97,9 +104,10 @@ RemovalItem RemovalItem::of(const DevItem& item, const std::optional<DevAction>&
     removal.administrator = AdministratorCommand{admin->command, freeable};
     return removal;
   }
-  removal.remove = [action, freeable](const Context& context) {
+  removal.remove = [action, freeable, counted = !override](const Context& context) {
     ActionOutcome outcome = action.perform(context);
-    if (outcome.succeeded()) outcome = ActionOutcome::success(freeable);
+    if (outcome.status == ActionOutcome::Status::done) outcome = ActionOutcome::success(freeable);
+    if (!counted) outcome.freed = 0;
     return outcome;
   };
   return removal;
@@ -133,6 +141,10 @@ std::string RemovalReport::summary(const std::vector<RemovalItem>& items) const 
 RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>& items,
                           const RemovalOptions& options) {
   RemovalReport report;
+  if (const auto refusal = DevSafety::refusalOfRemovals(context)) {
+    report.outcomes.assign(items.size(), ActionOutcome::failure(*refusal));
+    return report;
+  }
   report.outcomes.resize(items.size());  // each slot written once
   if (!options.oneAtATime && allPlainDeletions(items)) {
     concurrentPerform(items.size(), [&](std::size_t index) {
@@ -142,7 +154,9 @@ RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>
     removeInOrder(context, items, options, report.outcomes);
   }
   for (const auto& outcome : report.outcomes) {
-    if (outcome.status == ActionOutcome::Status::done) report.freed = saturatingAdd(report.freed, outcome.freed);
+    if (outcome.status == ActionOutcome::Status::done || freedSomething(outcome)) {
+      report.freed = saturatingAdd(report.freed, outcome.freed);
+    }
   }
   // One write for the whole batch: recording item by item would rewrite the log each time.
   if (context.history) context.history->record(historyRecords(items, report, options));

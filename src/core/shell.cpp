@@ -32,14 +32,47 @@ std::string childPathValue(const Context& context) {
   return value;
 }
 
+namespace {
+
+// Settings that switch off every program a repository's own configuration could make git
+// start (a repository unpacked from an archive must run nothing of its own), handed to git
+// through the environment so that they reach every git command, also the ones that other
+// tools run. None of the commands we run shows a diff, so external diff drivers never
+// start; filter drivers have free names, and the git runner of the screens turns off the
+// ones a repository defines.
+constexpr std::pair<const char*, const char*> gitSafetySettings[] = {
+    {"core.fsmonitor", "false"},     {"core.hooksPath", "/dev/null"},
+    {"core.pager", "cat"},           {"core.askPass", ""},
+    {"core.sshCommand", "ssh"},      {"credential.helper", ""},
+    {"protocol.ext.allow", "never"}, {"gc.auto", "0"},
+    {"maintenance.auto", "false"},
+};
+
+bool replacedForChildren(const std::string& name) {
+  return name == "PATH" || name.starts_with("GIT_CONFIG") || name == "GIT_TERMINAL_PROMPT" ||
+         name == "GIT_OPTIONAL_LOCKS" || name == "GIT_PAGER" || name == "GIT_EXTERNAL_DIFF" || name == "GIT_ASKPASS" ||
+         name == "GIT_SSH_COMMAND" || name == "GIT_SSH" || name == "GIT_PROXY_COMMAND";
+}
+
+}  // namespace
+
 std::vector<std::string> childEnvironment(const Context& context) {
   std::vector<std::string> entries;
   for (const auto& [name, value] : context.env) {
-    if (name == "PATH" || name == "GIT_TERMINAL_PROMPT") continue;
-    entries.push_back(name + "=" + value);
+    if (!replacedForChildren(name)) entries.push_back(name + "=" + value);
   }
   entries.push_back("PATH=" + childPathValue(context));
   entries.emplace_back("GIT_TERMINAL_PROMPT=0");
+  entries.emplace_back("GIT_CONFIG_NOSYSTEM=1");
+  entries.emplace_back("GIT_OPTIONAL_LOCKS=0");
+  entries.emplace_back("GIT_PAGER=cat");
+  std::size_t index = 0;
+  for (const auto& [key, value] : gitSafetySettings) {
+    entries.push_back("GIT_CONFIG_KEY_" + std::to_string(index) + "=" + key);
+    entries.push_back("GIT_CONFIG_VALUE_" + std::to_string(index) + "=" + value);
+    ++index;
+  }
+  entries.push_back("GIT_CONFIG_COUNT=" + std::to_string(index));
   return entries;
 }
 

@@ -20,8 +20,11 @@ struct FileFlags {
 // Flags of an open file; nothing when the file system does not report them.
 [[nodiscard]] std::optional<FileFlags> readFileFlags(int fd);
 
-// Clears the immutable and append-only flags of a file or folder (not following links).
-// Success when there was nothing to clear.
+// Clears the immutable and append-only flags of the regular file or folder `name` in an
+// open folder (AT_FDCWD: a path). Links are not followed, and anything else (a device, a
+// FIFO, a socket) is never opened or changed. Success when there was nothing to clear.
+[[nodiscard]] std::error_code clearProtectionFlagsAt(int folderFd, const char* name);
+// The same for a path.
 [[nodiscard]] std::error_code clearProtectionFlags(const std::string& path);
 
 }  // namespace tw

@@ -1,3 +1,4 @@
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -19,12 +20,20 @@ std::optional<FileFlags> readFileFlags(int fd) {
   return result;
 }
 
-std::error_code clearProtectionFlags(const std::string& path) {
+std::error_code clearProtectionFlagsAt(int folderFd, const char* name) {
   struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) return {errno, std::generic_category()};
+  if (::fstatat(folderFd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) return {errno, std::generic_category()};
+  // Only files and folders are ours to unlock; opening a device could act on the device.
+  if (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)) return {};
   const unsigned cleared = info.st_flags & ~static_cast<unsigned>(UF_IMMUTABLE | SF_IMMUTABLE | UF_APPEND | SF_APPEND);
   if (cleared == info.st_flags) return {};
-  if (::lchflags(path.c_str(), cleared) != 0) return {errno, std::generic_category()};
+  const int mode = S_ISDIR(info.st_mode) ? O_RDONLY | O_DIRECTORY : O_RDONLY;
+  const int fd = ::openat(folderFd, name, mode | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+  if (fd < 0) return {errno, std::generic_category()};
+  const int result = ::fchflags(fd, cleared);
+  const int error = errno;
+  ::close(fd);
+  if (result != 0) return {error, std::generic_category()};
   return {};
 }
 

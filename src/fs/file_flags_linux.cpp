@@ -20,14 +20,18 @@ std::optional<FileFlags> readFileFlags(int fd) {
   return result;
 }
 
-std::error_code clearProtectionFlags(const std::string& path) {
+std::error_code clearProtectionFlagsAt(int folderFd, const char* name) {
   struct stat info {};
-  if (::lstat(path.c_str(), &info) != 0) return {errno, std::generic_category()};
-  // Links carry no flags of their own, and opening one would follow it.
-  if (S_ISLNK(info.st_mode)) return {};
+  if (::fstatat(folderFd, name, &info, AT_SYMLINK_NOFOLLOW) != 0) return {errno, std::generic_category()};
+  // Only files and folders are ours to unlock; opening a device could act on the device.
+  if (!S_ISREG(info.st_mode) && !S_ISDIR(info.st_mode)) return {};
   const int mode = S_ISDIR(info.st_mode) ? O_RDONLY | O_DIRECTORY : O_RDONLY;
-  UniqueFd fd{::open(path.c_str(), mode | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
+  UniqueFd fd{::openat(folderFd, name, mode | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY)};
   if (!fd) return {errno, std::generic_category()};
+  struct stat opened {};
+  if (::fstat(fd.get(), &opened) != 0 || opened.st_ino != info.st_ino || opened.st_dev != info.st_dev) {
+    return {ESTALE, std::generic_category()};  // swapped since it was looked at
+  }
   int flags = 0;
   if (::ioctl(fd.get(), FS_IOC_GETFLAGS, &flags) != 0) {
     // File systems without attribute flags have nothing to clear.

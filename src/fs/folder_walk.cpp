@@ -2,6 +2,7 @@
 
 #include <cerrno>
 
+#include "fs/beneath.h"
 #include "fs/bulk_list.h"
 
 namespace tw {
@@ -72,7 +73,8 @@ bool walkFolders(int startFd, FolderVisitor& visitor, WalkRules rules) {
       visitor.skipped(top.fd, subfolder, SkipReason::unreadable);
       continue;
     }
-    if (identity->device != top.identity.device) {
+    // A bind mount shows the same device; only the mount table's view tells it apart.
+    if (identity->device != top.identity.device || (rules.stayOnDevice && isMountRoot(child.get()))) {
       if (rules.stayOnDevice) {
         visitor.skipped(top.fd, subfolder, SkipReason::otherDevice);
         continue;

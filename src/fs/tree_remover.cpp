@@ -1,6 +1,7 @@
 #include "fs/tree_remover.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -33,7 +34,13 @@ void TreeRemover::visit(int folderFd, const FileIdentity&, std::vector<Subfolder
   });
   if (listing) fail(listing.value());
   for (const auto& name : others) {
-    if (!removedOrGone(::unlinkat(folderFd, name.c_str(), 0))) fail(errno);
+    struct stat info {};
+    const bool known = ::fstatat(folderFd, name.c_str(), &info, AT_SYMLINK_NOFOLLOW) == 0;
+    if (::unlinkat(folderFd, name.c_str(), 0) == 0) {
+      if (known && info.st_nlink < 2) freed_ += static_cast<std::int64_t>(info.st_blocks) * 512;
+    } else if (errno != ENOENT) {
+      fail(errno);
+    }
   }
 }
 

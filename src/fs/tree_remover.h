@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <system_error>
 
 #include "fs/folder_walk.h"
@@ -17,12 +18,15 @@ class TreeRemover : public FolderVisitor {
   void finished(int parentFd, const Subfolder& subfolder) override;
 
   [[nodiscard]] std::error_code error() const { return error_; }
+  // Bytes given back by the files removed so far (a file with other links frees nothing).
+  [[nodiscard]] std::int64_t freed() const { return freed_; }
 
  protected:
   void fail(int error);
 
  private:
   std::error_code error_;
+  std::int64_t freed_ = 0;
 };
 
 }  // namespace tw

@@ -1,23 +1,26 @@
 #include "junk/junk_cleaner.h"
+#include <cerrno>
 
 #include "core/dev_safety.h"
 #include "core/removal_service.h"
-#include "fs/safe_remove.h"
+#include "core/removal_words.h"
+#include "fs/anchored_remove.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {
 
 ActionOutcome removeIfUnchanged(const JunkItem& item, const std::map<std::string, FileIdentity>& identities,
                                 const Context& context) {
-  const auto now = identityOfPath(item.path);
-  if (!now) return ActionOutcome::gone();
-  const auto then = identities.find(item.path);
-  if (then == identities.end() || then->second != *now) return ActionOutcome::failure("replaced since it was measured");
-  // The disk scanner's guard: inside the home folder only.
-  if (!DevSafety::deepInsideHome(item.path, context.home) || removeTreeSafely(item.path)) {
-    return ActionOutcome::failure("could not be deleted");
+  const auto measured = identities.find(item.path);
+  if (measured == identities.end()) return ActionOutcome::failure("replaced since it was measured");
+  // The disk scanner's guard: inside the home folder only, reached from the home folder.
+  if (!DevSafety::deepInsideHome(item.path, context.home)) return ActionOutcome::failure("could not be deleted");
+  const AnchoredRemoval removal = removeBeneath(context.home, item.path, measured->second);
+  if (removal.error == std::error_code(ESTALE, std::generic_category()) && removal.freed == 0) {
+    return ActionOutcome::failure("replaced since it was measured");
   }
-  return ActionOutcome::success(item.size);
+  return outcomeOfRemoval(lastPathComponent(item.path), removal, item.size);
 }
 
 std::string historyName(const JunkCategory& category, std::size_t count) {

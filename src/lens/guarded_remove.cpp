@@ -1,11 +1,11 @@
 #include "core/dev_safety.h"
-#include "fs/safe_remove.h"
+#include "fs/anchored_remove.h"
 #include "lens/disk_scanner.h"
 
 namespace tw {
 
 bool DiskScanner::remove(const std::string& path, const std::string& home) {
-  return DevSafety::deepInsideHome(path, home) && !removeTreeSafely(path);
+  return DevSafety::deepInsideHome(path, home) && !removeBeneath(home, path).error;
 }
 
 }  // namespace tw

@@ -12,6 +12,7 @@
 #include "fs/path.h"
 #include "fs/usage.h"
 #include "screens/git_output.h"
+#include "screens/git_runner.h"
 #include "screens/projects.h"
 #include "screens/screen_order.h"
 
@@ -73,7 +74,7 @@ GitRepos::Footprint footprintOf(const std::string& repo, const std::stop_token& 
 
 std::vector<std::string> repositories(const Context& context) {
   std::vector<std::string> repos;
-  for (const auto& project : Projects::discover(DevSettings::projectRoots(context), context.stop)) {
+  for (const auto& project : Projects::discover(DevSettings::projectRoots(context), context.stop, context.home)) {
     if (pathExists(project + "/.git")) repos.push_back(project);
   }
   return repos;
@@ -128,7 +129,7 @@ std::optional<DevItem> GitRepos::assess(const std::string& repo, const std::stri
 
 std::optional<DevItem> GitRepos::inspect(const std::string& repo, const std::string& git, bool hasLFS,
                                          const Context& context) {
-  const auto result = Shell::run(git, {"-C", repo, "count-objects", "-v"}, statsTimeout, context);
+  const auto result = runGit(git, repo, {"count-objects", "-v"}, statsTimeout, context);
   if (result.code != 0) return std::nullopt;
   return assess(repo, git, hasLFS, parse(result.out), footprintOf(repo, context.stop), context.home);
 }

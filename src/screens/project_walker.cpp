@@ -31,18 +31,18 @@ bool searchedForProjects(const FolderEntry& entry) {
          !isPackageFolder(entry.name);
 }
 
-void discoverIn(const std::string& folder, int depth, const std::stop_token& stop, std::vector<std::string>& found,
-                std::unordered_set<std::string>& seen) {
+void discoverIn(const std::string& folder, int depth, const std::stop_token& stop, const std::string& home,
+                std::vector<std::string>& found, std::unordered_set<std::string>& seen) {
   if (stop.stop_requested()) return;
   const auto entries = listFolder(folder);
   if (!entries) return;
-  if (isProject(*entries)) {
+  if (isProject(*entries) && (home.empty() || standardizePath(folder) != home)) {
     if (seen.insert(folder).second) found.push_back(folder);
     return;
   }
   if (depth >= discoveryDepth) return;
   for (const auto& entry : *entries) {
-    if (searchedForProjects(entry)) discoverIn(joinPath(folder, entry.name), depth + 1, stop, found, seen);
+    if (searchedForProjects(entry)) discoverIn(joinPath(folder, entry.name), depth + 1, stop, home, found, seen);
   }
 }
 
@@ -117,10 +117,12 @@ std::optional<std::string> gitDirectory(const std::string& root) {
 
 }  // namespace
 
-std::vector<std::string> Projects::discover(const std::vector<std::string>& roots, std::stop_token stop) {
+std::vector<std::string> Projects::discover(const std::vector<std::string>& roots, std::stop_token stop,
+                                            const std::string& home) {
   std::vector<std::string> found;
   std::unordered_set<std::string> seen;
-  for (const auto& root : roots) discoverIn(root, 0, stop, found, seen);
+  const std::string homeFolder = home.empty() ? home : standardizePath(home);
+  for (const auto& root : roots) discoverIn(root, 0, stop, homeFolder, found, seen);
   return found;
 }
 

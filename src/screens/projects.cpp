@@ -60,7 +60,7 @@ ProviderResult Projects::load(const Context& context) {
 }
 
 ProviderResult Projects::scan(const std::string& home, const std::vector<std::string>& roots, std::stop_token stop) {
-  const auto found = findAll(discover(roots, stop), stop);
+  const auto found = findAll(discover(roots, stop, home), stop);
   std::vector<std::string> paths;
   for (const auto& project : found) {
     for (const auto& artifact : project.artifacts) paths.push_back(artifact.path);

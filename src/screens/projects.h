@@ -52,10 +52,11 @@ struct Projects {
   // The rule that a folder called `name` at `path`, whose parent holds `siblings`, matches.
   [[nodiscard]] static const Rule* match(const std::string& name, const Names& siblings, const std::string& path);
 
-  // Project folders under the roots, in the order they were found, each once. A stop
-  // request ends the search between folders.
+  // Project folders under the roots, in the order they were found, each once. The home
+  // folder is never a project itself (a dotfiles repository there is common): the search
+  // goes on below it. A stop request ends the search between folders.
   [[nodiscard]] static std::vector<std::string> discover(const std::vector<std::string>& roots,
-                                                         std::stop_token stop = {});
+                                                         std::stop_token stop = {}, const std::string& home = {});
 
   // The rebuildable folders of one project: its own first, then one Found per repository
   // nested inside it.

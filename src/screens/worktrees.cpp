@@ -11,6 +11,7 @@
 #include "fs/path.h"
 #include "fs/usage.h"
 #include "screens/git_output.h"
+#include "screens/git_runner.h"
 #include "screens/projects.h"
 #include "screens/screen_order.h"
 #include "screens/worktree_paths.h"
@@ -45,8 +46,15 @@ struct Block {
   }
 };
 
-std::string runGit(const std::string& git, const std::vector<std::string>& arguments, const Context& context) {
-  return Shell::run(git, arguments, Worktrees::timeout, context).out;
+// What git printed, or nothing when it failed or timed out (then `why` has its complaint).
+std::optional<std::string> gitOutput(const std::string& git, const std::string& folder,
+                                     const std::vector<std::string>& arguments, const Context& context,
+                                     std::string& why) {
+  auto result = runGit(git, folder, arguments, Worktrees::timeout, context);
+  if (result.code == 0) return std::move(result.out);
+  const auto lines = splitLines(trimmed(result.err));
+  why = lines.empty() ? "git exited with status " + std::to_string(result.code) : lines.front();
+  return std::nullopt;
 }
 
 DevItem missingItem(const Worktrees::Entry& entry, const std::string& repo, const std::string& git) {
@@ -67,20 +75,43 @@ struct WorkState {
   std::int64_t dirty = 0;
   std::int64_t unpushed = 0;
   std::optional<Date> lastCommit;
+  std::optional<std::string> unreadable;  // why git could not tell: nothing about it is known
 };
 
 WorkState workState(const std::string& path, const std::string& git, bool hasRemote, const Context& context) {
   WorkState state;
-  state.dirty = nonEmptyLineCount(runGit(git, {"-C", path, "status", "--porcelain"}, context));
-  if (hasRemote) {
-    const auto count =
-        wholeNumber(runGit(git, {"-C", path, "rev-list", "--count", "HEAD", "--not", "--remotes"}, context));
-    state.unpushed = count.value_or(0);
+  std::string why;
+  const auto status = gitOutput(git, path, {"status", "--porcelain"}, context, why);
+  if (!status) {
+    state.unreadable = why;
+    return state;
   }
-  if (const auto seconds = wholeNumber(runGit(git, {"-C", path, "log", "-1", "--format=%ct"}, context))) {
-    state.lastCommit = dateFromSeconds(*seconds);
+  state.dirty = nonEmptyLineCount(*status);
+  if (hasRemote) {
+    const auto count = gitOutput(git, path, {"rev-list", "--count", "HEAD", "--not", "--remotes"}, context, why);
+    if (!count || !wholeNumber(*count)) {
+      state.unreadable = count ? "git printed no count of unpushed commits" : why;
+      return state;
+    }
+    state.unpushed = *wholeNumber(*count);
+  }
+  // A worktree without commits has no date; that is known, not unreadable.
+  if (const auto seconds = gitOutput(git, path, {"log", "-1", "--format=%ct"}, context, why)) {
+    if (const auto number = wholeNumber(*seconds)) state.lastCommit = dateFromSeconds(*number);
   }
   return state;
+}
+
+// A worktree whose state git could not read: shown with the reason, never selected.
+DevItem unknownStateItem(const Worktrees::Entry& entry, const std::string& why, DevItem item) {
+  item.badges.clear();
+  if (entry.branch) item.badges.push_back({*entry.branch, Badge::Tone::info});
+  item.badges.push_back({"state unknown", Badge::Tone::danger});
+  if (entry.locked) item.badges.push_back({"locked", Badge::Tone::danger});
+  item.selected = false;
+  item.detail = "State unknown \u00b7 " + entry.path;
+  item.warning = item.name + ": git could not read its state (" + why + ")";
+  return item;
 }
 
 std::vector<Badge> badgesFor(const Worktrees::Entry& entry, const WorkState& state, bool hasRemote) {
@@ -111,17 +142,22 @@ std::string joined(const std::vector<std::string>& parts, const std::string& sep
   return text;
 }
 
-// One repository's extra worktrees (never its main one) and whether it has a remote.
+// One repository's extra worktrees (never its main one) and whether it has a remote
+// (nothing when git could not say).
 struct RepoWorktrees {
   std::vector<Worktrees::Entry> extra;
-  bool hasRemote = false;
+  std::optional<bool> hasRemote;
 };
 
 RepoWorktrees readRepository(const std::string& repo, const std::string& git, const Context& context) {
-  auto entries = Worktrees::parse(runGit(git, {"-C", repo, "worktree", "list", "--porcelain"}, context));
+  std::string why;
+  const auto listed = gitOutput(git, repo, {"worktree", "list", "--porcelain"}, context, why);
+  if (!listed) return {};
+  auto entries = Worktrees::parse(*listed);
   if (entries.size() < 2) return {};
   RepoWorktrees result;
-  result.hasRemote = !trimmed(runGit(git, {"-C", repo, "remote"}, context)).empty();
+  if (const auto remotes = gitOutput(git, repo, {"remote"}, context, why))
+    result.hasRemote = !trimmed(*remotes).empty();
   result.extra.assign(std::make_move_iterator(entries.begin() + 1), std::make_move_iterator(entries.end()));
   for (auto& entry : result.extra) entry.path = recordedWorktreePath(entry.path, repo);
   return result;
@@ -129,7 +165,7 @@ RepoWorktrees readRepository(const std::string& repo, const std::string& git, co
 
 std::vector<std::string> repositories(const Context& context) {
   std::vector<std::string> repos;
-  for (const auto& project : Projects::discover(DevSettings::projectRoots(context), context.stop)) {
+  for (const auto& project : Projects::discover(DevSettings::projectRoots(context), context.stop, context.home)) {
     if (isFolder(project + "/.git/worktrees")) repos.push_back(project);
   }
   return repos;
@@ -161,10 +197,12 @@ std::vector<Worktrees::Entry> Worktrees::parse(const std::string& output) {
   return entries;
 }
 
-DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::string& git, bool hasRemote,
-                        const Context& context) {
+DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::string& git,
+                        std::optional<bool> knownRemote, const Context& context) {
   if (entry.prunable || !pathExists(entry.path)) return missingItem(entry, repo, git);
-  const WorkState state = workState(entry.path, git, hasRemote, context);
+  const bool hasRemote = knownRemote.value_or(false);
+  WorkState state = workState(entry.path, git, hasRemote, context);
+  if (!knownRemote && !state.unreadable) state.unreadable = "its remotes could not be listed";
   const auto issues = issuesFor(entry, state, hasRemote);
   const auto [size, freeable] = usageOf(entry.path, context.stop);
 
@@ -183,6 +221,7 @@ DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::
   remove.push_back(entry.path);
   item.action = DevAction::commands({std::move(remove)});
   item.revealPath = entry.path;
+  if (state.unreadable) return unknownStateItem(entry, *state.unreadable, std::move(item));
   return item;
 }
 

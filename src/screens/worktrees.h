@@ -24,9 +24,11 @@ struct Worktrees {
 
   [[nodiscard]] static std::vector<Entry> parse(const std::string& output);
 
-  // The item of one extra worktree; `git` is the git executable's path.
-  [[nodiscard]] static DevItem item(const Entry& entry, const std::string& repo, const std::string& git, bool hasRemote,
-                                    const Context& context);
+  // The item of one extra worktree; `git` is the git executable's path. `hasRemote` is
+  // nothing when git could not list the repository's remotes. A worktree whose state git
+  // cannot read is badged "state unknown" (danger) and never selected.
+  [[nodiscard]] static DevItem item(const Entry& entry, const std::string& repo, const std::string& git,
+                                    std::optional<bool> hasRemote, const Context& context);
 
   [[nodiscard]] static ProviderResult load(const Context& context);
 };

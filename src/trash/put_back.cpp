@@ -59,7 +59,7 @@ PutBackResult putBackItems(const std::vector<TrashItem>& items, const std::vecto
       result.failures.push_back(failure(item.name, reason));
       continue;
     }
-    forgetTrashRecords(*dir, item.name);
+    forgetTrashRecords(trustedTopOf(*dir, context), *dir, item.name);
     result.restored.push_back(placedAt);
   }
   return result;

@@ -17,6 +17,7 @@ struct TrashItem {
   std::optional<std::string> origin;  // where it was before it was trashed
   std::optional<std::int64_t> size;   // a folder's is absent until measured
   std::optional<std::int64_t> freeable;
+  std::uint64_t inode = 0;  // as the Trash folder's listing saw it; 0 when unknown
 
   friend bool operator==(const TrashItem&, const TrashItem&) = default;
 };

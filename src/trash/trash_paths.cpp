@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "fs/anchored_remove.h"
+#include "fs/path.h"
 #include "trash/trash_layout.h"
 
 namespace tw {
@@ -19,8 +21,15 @@ std::optional<TrashDir> containingTrashDir(const std::string& path, const std::v
   return *found;
 }
 
-void forgetTrashRecords(const TrashDir& dir, const std::string& name) {
-  for (const auto& companion : TrashLayout::companions(dir, name)) ::unlink(companion.c_str());
+std::string trustedTopOf(const TrashDir& dir, const Context& context) {
+  const bool homeTrash =
+      dir.dir == TrashLayout::homeDir(context).dir && context.home != "/" && dir.dir.starts_with(context.home + "/");
+  // A volume's Trash lies on that volume: its own folder, which holds "files" and "info".
+  return homeTrash ? context.home : parentPath(dir.dir);
+}
+
+void forgetTrashRecords(const std::string& top, const TrashDir& dir, const std::string& name) {
+  for (const auto& companion : TrashLayout::companions(dir, name)) (void)removeFileBeneath(top, companion);
 }
 
 }  // namespace tw

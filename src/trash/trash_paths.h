@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "core/context.h"
 #include "trash/trash_item.h"
 
 namespace tw {
@@ -13,7 +14,12 @@ namespace tw {
 // somewhere below a Trash folder, or resolves outside one, is ever treated as trashed.
 [[nodiscard]] std::optional<TrashDir> containingTrashDir(const std::string& path, const std::vector<TrashDir>& dirs);
 
-// Drops what the Trash folder records about an entry that has left it.
-void forgetTrashRecords(const TrashDir& dir, const std::string& name);
+// The trusted folder that removals from a Trash folder start from: the home folder for the
+// home Trash, else the Trash's own folder (which holds "files" and "info").
+[[nodiscard]] std::string trustedTopOf(const TrashDir& dir, const Context& context);
+
+// Drops what the Trash folder records about an entry that has left it: only files, reached
+// from `top` without following a link (an "info" folder that is a link is left alone).
+void forgetTrashRecords(const std::string& top, const TrashDir& dir, const std::string& name);
 
 }  // namespace tw

@@ -40,6 +40,7 @@ TrashListing readTrashFolder(const TrashDir& dir, const Context& context) {
     item.path = joinPath(dir.dir, entry.name);
     item.name = entry.name;
     item.isDir = entry.isDir;
+    item.inode = entry.fileID;
     if (const auto record = records.find(entry.name); record != records.end()) {
       item.origin = record->second.origin;
       item.trashed = record->second.trashed;

@@ -1,53 +1,46 @@
 #include "trash/trash_removal.h"
 
-#include <ftw.h>
 #include <unistd.h>
 
 #include <optional>
 #include <system_error>
 
 #include "core/removal_service.h"
+#include "core/removal_words.h"
+#include "fs/anchored_remove.h"
 #include "fs/file_flags.h"
-#include "fs/safe_remove.h"
 #include "fs/usage.h"
 #include "trash/trash_paths.h"
 
 namespace tw {
 namespace {
 
-constexpr int maxOpenFolders = 32;
-
-int clearFlagsOfEntry(const char* path, const struct stat*, int, struct FTW*) {
-  // Best effort: whatever stays locked makes the retry fail and the item needs an admin.
-  (void)clearProtectionFlags(path);
-  return 0;
-}
-
-std::error_code removeUnlocking(const std::string& path) {
-  std::error_code error = removeTreeSafely(path);
-  if (!needsMoreRights(error)) return error;
-  clearProtectionFlagsBelow(path);
-  return removeTreeSafely(path);
+AnchoredRemoval removeUnlocking(const std::string& top, const TrashItem& item) {
+  // The listing's inode: an item swapped since the Trash was read is left alone.
+  const std::optional<FileIdentity> listed =
+      item.inode != 0 ? std::optional<FileIdentity>(FileIdentity{0, item.inode, 0}) : std::nullopt;
+  AnchoredRemoval removal = removeBeneath(top, item.path, listed);
+  if (!needsMoreRights(removal.error)) return removal;
+  clearProtectionFlagsBeneath(top, item.path);
+  const std::int64_t freedBefore = removal.freed;
+  removal = removeBeneath(top, item.path, listed);
+  removal.freed += freedBefore;
+  return removal;
 }
 
 ActionOutcome removeOne(const TrashItem& item, const TrashDir& dir, const Context& context) {
-  const std::int64_t freed = item.freeable ? *item.freeable : usageOf(item.path, context.stop).freeable;
-  if (const std::error_code error = removeUnlocking(item.path)) {
-    return needsMoreRights(error) ? ActionOutcome::needsRights(error.message())
-                                  : ActionOutcome::failure(error.message());
-  }
-  forgetTrashRecords(dir, item.name);
-  return ActionOutcome::success(freed);
+  const std::int64_t measured = item.freeable ? *item.freeable : usageOf(item.path, context.stop).freeable;
+  const std::string top = trustedTopOf(dir, context);
+  const AnchoredRemoval removal = removeUnlocking(top, item);
+  if (removal.error) return outcomeOfRemoval(item.name, removal);
+  forgetTrashRecords(top, dir, item.name);
+  return ActionOutcome::success(removal.wasGone ? 0 : measured);
 }
 
 }  // namespace
 
 bool needsMoreRights(const std::error_code& error) {
   return error == std::errc::permission_denied || error == std::errc::operation_not_permitted;
-}
-
-void clearProtectionFlagsBelow(const std::string& path) {
-  ::nftw(path.c_str(), clearFlagsOfEntry, maxOpenFolders, FTW_PHYS | FTW_MOUNT);
 }
 
 TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs,

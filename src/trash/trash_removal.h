@@ -25,10 +25,6 @@ struct TrashRemoval {
 [[nodiscard]] TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs,
                                            const Context& context, std::atomic<std::size_t>* finished = nullptr);
 
-// Clears the immutable and append-only flags of a whole tree where permitted, without
-// following links or leaving the tree's file system.
-void clearProtectionFlagsBelow(const std::string& path);
-
 // Permission errors that an administrator could overcome.
 [[nodiscard]] bool needsMoreRights(const std::error_code& error);
 

@@ -51,10 +51,7 @@ std::vector<std::string> listedWorktrees(const GitSandbox& git, const std::strin
 class WorktreesCommand : public ::testing::Test {
  protected:
   void SetUp() override {
-    git.run(home.path(), {"init", "--quiet", "--bare", "-b", "main", remote});
-    git.initRepository(app);
-    git.run(app, {"remote", "add", "origin", remote});
-    git.run(app, {"push", "--quiet", "origin", "main"});
+    git.initRepositoryWithRemote(app, remote);
 
     pushedWorktree(safeSpace, "safe-space");
     pushedWorktree(safeOdd, "safe-odd");

@@ -80,11 +80,16 @@ TEST(WorktreeItem, BadgeTonesAndFoldersThatAreGoneOrUnknownToGit) {
                                 {"no remote", Badge::Tone::warn},
                                 {"locked", Badge::Tone::danger}}));
 
-  // A folder git does not know: every command fails, nothing is counted, no date is known.
+  // A folder git does not know: git fails, so its state is unknown and it is never offered.
   const std::string stray = home.folder("stray");
   const DevItem unknown = Worktrees::item({stray, std::nullopt, false, false}, repo, *gitPath, true, home.context());
-  EXPECT_EQ(unknown.badges, (std::vector<Badge>{{"safe to remove", Badge::Tone::ok}}));
-  EXPECT_THAT(unknown.detail, StartsWith("No commits \u00b7 "));
+  EXPECT_EQ(unknown.badges, (std::vector<Badge>{{"state unknown", Badge::Tone::danger}}));
+  EXPECT_FALSE(unknown.selected);
+  EXPECT_THAT(unknown.detail, StartsWith("State unknown \u00b7 "));
+  EXPECT_THAT(unknown.warning.value_or(""), StartsWith("stray: git could not read its state (fatal: not a git"));
+  // The same when the repository's remotes could not be listed.
+  EXPECT_EQ(Worktrees::item({repo, "main", false, false}, repo, *gitPath, std::nullopt, home.context()).badges,
+            (std::vector<Badge>{{"main", Badge::Tone::info}, {"state unknown", Badge::Tone::danger}}));
 
   // A vanished folder is pruned, whether or not git has noticed yet.
   for (const bool prunable : {false, true}) {

@@ -38,6 +38,14 @@ void GitSandbox::initRepository(const std::string& path) const {
   commitFile(path, "README.md", "hello\n");
 }
 
+void GitSandbox::initRepositoryWithRemote(const std::string& path, const std::string& remote) const {
+  makeFolders(remote);
+  run(remote, {"init", "--quiet", "--bare", "-b", "main"});
+  initRepository(path);
+  run(path, {"remote", "add", "origin", remote});
+  run(path, {"push", "--quiet", "origin", "main"});
+}
+
 void GitSandbox::commitFile(const std::string& repo, const std::string& file, const std::string& contents) const {
   writeFile(repo + "/" + file, contents);
   run(repo, {"add", "--", file});

@@ -25,6 +25,8 @@ class GitSandbox {
 
   // A repository on branch "main" with one commit of README.md.
   void initRepository(const std::string& path) const;
+  // The same, pushed to a new bare repository at `remote` that it knows as "origin".
+  void initRepositoryWithRemote(const std::string& path, const std::string& remote) const;
   // Writes `file` (relative to the repository) with `contents` and commits it.
   void commitFile(const std::string& repo, const std::string& file, const std::string& contents) const;
 
