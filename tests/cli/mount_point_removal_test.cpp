@@ -4,6 +4,7 @@
 #include <string>
 
 #include "support/fake_home.h"
+#include "support/programs.h"
 
 // Mount points met by removal commands: a tmpfs or a bind mount standing where an item
 // is, or somewhere inside one. Each test runs the command in a private mount namespace, so
@@ -22,7 +23,7 @@ std::optional<RunResult> inPrivateMounts(const FakeHome& home, const std::string
     return std::nullopt;
   }
   return runProcess({"unshare", "--mount", "--propagation", "private", "sh", "-ec", script},
-                    {{"H", home.path()}, {"TW", TIDEWARDEN_BINARY}});
+                    {{"H", home.path()}, {"TW", tidewardenBinary()}});
 }
 
 void idleProject(FakeHome& home, const std::string& project) {
