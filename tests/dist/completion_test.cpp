@@ -104,8 +104,8 @@ TEST_F(Completion, BashOffersTheCommandsScreensOptionsSubcommandsAndFolders) {
   // Sources the completion, finds the function `complete -p` names and calls it the way
   // bash does, with COMP_WORDS and COMP_CWORD set, then prints COMPREPLY.
   const std::string driver = R"(source "$1"; shift
-    spec=$(complete -p tidewarden) || exit 3
-    function=${spec#*-F }; function=${function%% *}
+    registration=$(complete -p tidewarden) || exit 3
+    function=${registration#*-F }; function=${function%% *}
     COMP_WORDS=(tidewarden "$@"); COMP_CWORD=$(( ${#COMP_WORDS[@]} - 1 ))
     COMP_LINE="${COMP_WORDS[*]}"; COMP_POINT=${#COMP_LINE}
     "$function" tidewarden "${COMP_WORDS[COMP_CWORD]}" "${COMP_WORDS[COMP_CWORD-1]}"
