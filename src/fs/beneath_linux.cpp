@@ -28,23 +28,12 @@ bool hasDotPiece(std::string_view relative) {
 
 // For kernels without openat2: the same rules, checked piece by piece.
 UniqueFd openPieceByPiece(int topFd, std::string_view relative, std::error_code& error) {
-  const auto top = identityOf(topFd);
-  if (!top) {
-    error = lastError();
-    return {};
-  }
   UniqueFd current = openFolderAt(topFd, ".");
   for (std::size_t start = 0; current && start < relative.size();) {
     const std::size_t slash = std::min(relative.find('/', start), relative.size());
     const std::string piece(relative.substr(start, slash - start));
     UniqueFd next = openFolderAt(current.get(), piece.c_str());
     if (!next) break;
-    const auto identity = identityOf(next.get());
-    if (!identity || identity->device != top->device || isMountRoot(next.get())) {
-      errno = EXDEV;
-      current.reset();
-      break;
-    }
     current = std::move(next);
     start = slash + 1;
   }
@@ -64,7 +53,7 @@ UniqueFd openFolderBeneath(int topFd, std::string_view relative, std::error_code
   const std::string path(relative);
   open_how how{};
   how.flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-  how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_XDEV | RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
+  how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_BENEATH | RESOLVE_NO_MAGICLINKS;
   UniqueFd fd{static_cast<int>(::syscall(SYS_openat2, topFd, path.c_str(), &how, sizeof how))};
   if (fd) return fd;
   if (errno == ENOSYS || errno == E2BIG) return openPieceByPiece(topFd, relative, error);

@@ -13,7 +13,7 @@ ProviderResult IDELeftovers::scan(const DevToolsInput& input, const DevToolTable
     std::move(editors.begin(), editors.end(), std::back_inserter(groups));
   }
   if (!input.stopRequested()) {
-    const auto pins = ProjectPins::read(Projects::discover(input.projectRoots, input.context.stop));
+    const auto pins = ProjectPins::read(Projects::discover(input.projectRoots, input.context.stop, input.context.home));
     auto gradle = gradleLeftovers(tables, input, pins, running);
     std::move(gradle.begin(), gradle.end(), std::back_inserter(groups));
   }

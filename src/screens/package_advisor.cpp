@@ -164,7 +164,7 @@ std::vector<DevItem> storeItems(const DevToolTables& tables, const DevToolsInput
 
 PackageAdvisor::Report PackageAdvisor::advise(const DevToolsInput& input, const DevToolTables& tables,
                                               std::int64_t worthwhile) {
-  const auto paths = Projects::discover(input.projectRoots, input.context.stop);
+  const auto paths = Projects::discover(input.projectRoots, input.context.stop, input.context.home);
   std::vector<std::optional<Found>> classified(paths.size());
   concurrentPerform(
       paths.size(), [&](std::size_t index) { classified[index] = classify(paths[index]); }, input.context.stop);

@@ -55,8 +55,8 @@ struct Projects {
   // Project folders under the roots, in the order they were found, each once. The home
   // folder is never a project itself (a dotfiles repository there is common): the search
   // goes on below it. A stop request ends the search between folders.
-  [[nodiscard]] static std::vector<std::string> discover(const std::vector<std::string>& roots,
-                                                         std::stop_token stop = {}, const std::string& home = {});
+  [[nodiscard]] static std::vector<std::string> discover(const std::vector<std::string>& roots, std::stop_token stop,
+                                                         const std::string& home);
 
   // The rebuildable folders of one project: its own first, then one Found per repository
   // nested inside it.

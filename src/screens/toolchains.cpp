@@ -114,7 +114,7 @@ DevGroupPtr managerGroup(const FoundManager& found, std::vector<DevItem> items, 
 }
 
 std::vector<FoundManager> findManagers(const DevToolTables& tables, const DevToolsInput& input) {
-  const auto pins = ProjectPins::read(Projects::discover(input.projectRoots, input.context.stop));
+  const auto pins = ProjectPins::read(Projects::discover(input.projectRoots, input.context.stop, input.context.home));
   std::vector<FoundManager> found;
   for (const auto& manager : tables.toolchains) {
     if (input.stopRequested()) break;

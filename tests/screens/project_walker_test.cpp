@@ -55,8 +55,9 @@ TEST(ProjectDiscovery, FindsProjectsSixLevelsDownOutsideSystemMediaDependencyAnd
   writeFile(six + "/Cargo.toml", "");
   writeFile(nested(home / "deeper", 6) + "/Cargo.toml", "");
 
-  EXPECT_THAT(Projects::discover({home.path()}), UnorderedElementsAre(home / "code/web", home / "code/tool",
-                                                                      home / "code/linked", home / "code/game", six));
+  EXPECT_THAT(
+      Projects::discover({home.path()}, {}, home.path()),
+      UnorderedElementsAre(home / "code/web", home / "code/tool", home / "code/linked", home / "code/game", six));
 }
 
 TEST(ProjectDiscovery, RootsInOrderEachProjectOnceAndUnreadableOrLinkedFoldersAreSkipped) {
@@ -70,7 +71,8 @@ TEST(ProjectDiscovery, RootsInOrderEachProjectOnceAndUnreadableOrLinkedFoldersAr
 
   const auto found = withFilePermissionsEnforced([&] {
     std::string lines;
-    for (const auto& project : Projects::discover({home / "b", home / "a", home / "a", home / "missing"})) {
+    for (const auto& project :
+         Projects::discover({home / "b", home / "a", home / "a", home / "missing"}, {}, home.path())) {
       lines += project + "\n";
     }
     // A project folder that cannot be read has nothing to offer.
