@@ -112,6 +112,10 @@ std::optional<std::string> DevSafety::refusalOfRemovals(const Context& context) 
            ", a system folder; set HOME to your own folder.";
   }
   if (!context.settings) return std::nullopt;
+  if (const auto damage = context.settings->damage()) {
+    return "Refusing to delete anything: the settings file " + context.settings->path() + " is damaged (" + *damage +
+           "); repair or delete it, then try again.";
+  }
   for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) {
     const std::string written = standardizePath(root);
     if (isSystemFolder(written) || isSystemFolder(resolvedRoot(written))) {

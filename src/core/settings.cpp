@@ -7,10 +7,14 @@
 #include "core/app_paths.h"
 #include "fs/file_io.h"
 #include "fs/path.h"
+#include "fs/regular_file.h"
 #include "fs/stat_times.h"
 
 namespace tw {
 namespace {
+
+// Settings are a few kilobytes; a bound keeps a planted huge file from being read.
+constexpr std::size_t maxSettingsBytes = 4 * 1024 * 1024;
 
 std::set<std::string> differingKeys(const nlohmann::json& before, const nlohmann::json& after) {
   std::set<std::string> keys;
@@ -42,17 +46,21 @@ std::set<std::string> Settings::reloadIfChanged() {
   const Stamp stamp = currentStamp();
   if (loaded_ && *loaded_ == stamp) return {};
   loaded_ = stamp;
+  damage_.reset();
   nlohmann::json fresh = nlohmann::json::object();
-  if (const auto contents = stamp.present ? readWholeFile(path_) : std::nullopt) {
-    auto parsed = nlohmann::json::parse(*contents, nullptr, /*allow_exceptions=*/false);
+  if (stamp.present) {
+    const auto contents = readRegularFile(path_, maxSettingsBytes, LastLink::follow);
+    auto parsed = contents ? nlohmann::json::parse(*contents, nullptr, /*allow_exceptions=*/false) : nlohmann::json();
     if (parsed.is_object()) {
       fresh = std::move(parsed);
     } else {
-      // Keep the damaged file for the user before a later write replaces it.
-      std::rename(path_.c_str(), (path_ + ".bad").c_str());
-      std::fprintf(stderr, "tidewarden: settings file %s is damaged; using defaults (kept as %s.bad)\n", path_.c_str(),
-                   path_.c_str());
-      loaded_ = currentStamp();
+      damage_ = contents
+                    ? "it does not hold a JSON object"
+                    : "it is not a readable regular file of at most " + std::to_string(maxSettingsBytes >> 20) + " MB";
+      std::fprintf(stderr,
+                   "tidewarden: settings file %s is damaged (%s); using defaults and leaving the file as it is. "
+                   "Nothing will be deleted until it is repaired or deleted.\n",
+                   path_.c_str(), damage_->c_str());
     }
   }
   auto changed = differingKeys(stored_, fresh);
@@ -60,7 +68,21 @@ std::set<std::string> Settings::reloadIfChanged() {
   return changed;
 }
 
+std::optional<std::string> Settings::damage() {
+  std::set<std::string> changed;
+  std::optional<std::string> found;
+  {
+    std::lock_guard lock(mutex_);
+    changed = reloadIfChanged();
+    found = damage_;
+  }
+  announce({std::move(changed), true});
+  return found;
+}
+
 void Settings::save() {
+  // A damaged file stays as the user left it; what changed lives in memory until then.
+  if (damage_) return;
   createDirectories(parentPath(path_));
   // A settings write that fails leaves the previous file; the value still holds in memory.
   (void)writeFileAtomically(path_, stored_.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n");

@@ -19,9 +19,11 @@ namespace tw {
 // The user's settings: one JSON object in the settings file, written atomically on every
 // change and read again whenever the file has changed since (another process, such as the
 // command line while the app runs, may have written it). Registered defaults answer for
-// keys the file does not hold. A file that cannot be parsed reads as defaults and is kept
-// beside the original as "<file>.bad" before the next write replaces it, so nothing is
-// lost silently. Safe to use from any thread.
+// keys the file does not hold. A damaged file (one that cannot be read as a JSON object of
+// at most a few megabytes: cut short, a FIFO, a device, a huge file) reads as defaults, is
+// named once on stderr and is left exactly as it is: changes are kept in memory until the
+// user repairs or deletes it, so nothing of theirs is lost or silently replaced. Safe to use
+// from any thread.
 class Settings {
  public:
   // Which keys changed, and whether the change was read from the file (another process
@@ -37,6 +39,11 @@ class Settings {
   Settings& operator=(const Settings&) = delete;
 
   [[nodiscard]] const std::string& path() const { return path_; }
+
+  // Why the file cannot be used (read again if it changed), or nothing when it is sound or
+  // absent. While it is damaged, nothing may be deleted: the defaults may reach further
+  // than what the user set.
+  [[nodiscard]] std::optional<std::string> damage();
 
   void registerDefaults(const nlohmann::json& defaults);
   // From now on this store keeps `key` in memory only: its value is neither read from the
@@ -85,6 +92,7 @@ class Settings {
   nlohmann::json stored_ = nlohmann::json::object();
   nlohmann::json inMemory_ = nlohmann::json::object();  // keys kept out of the file, with their values
   std::optional<Stamp> loaded_;                         // nothing before the first read
+  std::optional<std::string> damage_;                   // why the file as loaded is unusable
   std::mutex observersMutex_;
   std::map<int, Observer> observers_;
   int nextToken_ = 1;

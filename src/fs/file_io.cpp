@@ -48,22 +48,6 @@ std::error_code writeFileAtomically(const std::string& path, std::string_view co
   return {};
 }
 
-std::optional<std::string> readWholeFile(const std::string& path) {
-  UniqueFd fd{::open(path.c_str(), O_RDONLY | O_CLOEXEC)};
-  if (!fd) return std::nullopt;
-  std::string contents;
-  char buffer[65536];
-  for (;;) {
-    const ssize_t count = ::read(fd.get(), buffer, sizeof buffer);
-    if (count < 0) {
-      if (errno == EINTR) continue;
-      return std::nullopt;
-    }
-    if (count == 0) return contents;
-    contents.append(buffer, static_cast<std::size_t>(count));
-  }
-}
-
 bool pathExists(const std::string& path) {
   struct stat info {};
   return ::lstat(path.c_str(), &info) == 0;

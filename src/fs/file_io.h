@@ -14,9 +14,6 @@ namespace tw {
 // reader sees either the old file or the new one, never half of one.
 [[nodiscard]] std::error_code writeFileAtomically(const std::string& path, std::string_view contents);
 
-// The whole file, or nothing when it cannot be read.
-[[nodiscard]] std::optional<std::string> readWholeFile(const std::string& path);
-
 // Something is at the path (a link counts itself; it is not followed).
 [[nodiscard]] bool pathExists(const std::string& path);
 

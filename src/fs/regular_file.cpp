@@ -10,8 +10,9 @@
 
 namespace tw {
 
-std::optional<std::string> readRegularFile(const std::string& path, std::size_t maxBytes) {
-  UniqueFd fd{::open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)};
+std::optional<std::string> readRegularFile(const std::string& path, std::size_t maxBytes, LastLink lastLink) {
+  const int noFollow = lastLink == LastLink::refuse ? O_NOFOLLOW : 0;
+  UniqueFd fd{::open(path.c_str(), O_RDONLY | noFollow | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)};
   if (!fd) return std::nullopt;
   struct stat info {};
   if (::fstat(fd.get(), &info) != 0 || !S_ISREG(info.st_mode)) return std::nullopt;

@@ -10,11 +10,14 @@
 #include "core/text.h"
 #include "fs/file_io.h"
 #include "fs/path.h"
+#include "fs/regular_file.h"
 #include "fs/usage.h"
 #include "screens/projects.h"
 
 namespace tw {
 namespace {
+
+constexpr std::size_t maxGitFileBytes = 64 * 1024;
 
 constexpr int discoveryDepth = 6;  // project folders are looked for this many levels down
 constexpr int artifactDepth = 9;   // the walk inside a project descends past this level no further
@@ -95,7 +98,8 @@ std::optional<Date> modificationTime(const std::string& path) {
 
 // The git directory a ".git" file names on its "gitdir:" line; relative to the project.
 std::optional<std::string> gitDirFromFile(const std::string& root, const std::string& file) {
-  const auto text = readWholeFile(file);
+  // A ".git" file holds one line; anything else in its place is not a repository link.
+  const auto text = readRegularFile(file, maxGitFileBytes);
   if (!text) return std::nullopt;
   for (const auto& line : splitLines(*text)) {
     if (!line.starts_with("gitdir:")) continue;

@@ -7,14 +7,18 @@
 #include "core/text.h"
 #include "fs/file_io.h"
 #include "fs/path.h"
+#include "fs/regular_file.h"
 #include "fs/usage.h"
 
 namespace tw {
 namespace {
 
+// A gitdir record holds one path.
+constexpr std::size_t maxRecordBytes = 64 * 1024;
+
 // The worktree folder a "gitdir" record names: its ".git" file's path, on one line.
 std::optional<std::string> recordedFolder(const std::string& record) {
-  auto text = readWholeFile(record);
+  auto text = readRegularFile(record, maxRecordBytes);
   if (!text) return std::nullopt;
   while (!text->empty() && (text->back() == '\n' || text->back() == '\r')) text->pop_back();
   if (!text->ends_with("/.git")) return std::nullopt;

@@ -1,7 +1,11 @@
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "core/app_paths.h"
 #include "core/settings.h"
+#include "fs/file_io.h"
+#include "fs/path.h"
 #include "support/fake_home.h"
 
 namespace tw {
@@ -27,7 +31,7 @@ TEST(Settings, RegisteredDefaultsAnswerUntilAValueIsStoredAndTheFileSurvivesARel
   EXPECT_EQ(settings.integer("lowSpaceGB"), 20);
 }
 
-TEST(Settings, ADamagedEmptyNonObjectOrNonUtf8FileReadsAsDefaultsAndIsKeptAsBad) {
+TEST(Settings, ADamagedFileReadsAsDefaultsAndChangesStayInMemoryUntilItIsRepaired) {
   for (const std::string& damaged : {std::string("{\"projectRoots\": [\"/x\""), std::string(), std::string("[1, 2, 3]"),
                                      std::string("{\"projectRoots\": [\"/caf\xe9\"]}"), std::string(100000, '[')}) {
     test::FakeHome home;
@@ -35,12 +39,30 @@ TEST(Settings, ADamagedEmptyNonObjectOrNonUtf8FileReadsAsDefaultsAndIsKeptAsBad)
     test::writeFile(settingsFilePath(context), damaged);
     Settings& settings = *context.settings;
     EXPECT_FALSE(settings.value("projectRoots").has_value()) << damaged.substr(0, 40);
-    EXPECT_EQ(test::readFile(settingsFilePath(context) + ".bad"), damaged);
+    EXPECT_TRUE(settings.damage().has_value());
 
     settings.set("menuBarEnabled", false);
-    EXPECT_EQ(test::readFile(settingsFilePath(context) + ".bad"), damaged);
-    EXPECT_FALSE(nlohmann::json::parse(test::readFile(settingsFilePath(context)))["menuBarEnabled"].get<bool>());
+    EXPECT_FALSE(settings.boolean("menuBarEnabled"));
+    EXPECT_EQ(test::readFile(settingsFilePath(context)), damaged) << "the user's file is never replaced";
+    EXPECT_FALSE(test::exists(settingsFilePath(context) + ".bad"));
+
+    test::writeFile(settingsFilePath(context), "{\"lowSpaceGB\": 5}");
+    EXPECT_FALSE(settings.damage().has_value());
+    EXPECT_EQ(settings.integer("lowSpaceGB"), 5);
+    settings.set("menuBarEnabled", true);
+    EXPECT_EQ(nlohmann::json::parse(test::readFile(settingsFilePath(context))),
+              nlohmann::json({{"lowSpaceGB", 5}, {"menuBarEnabled", true}}));
   }
+}
+
+TEST(Settings, ASettingsFileLinkedFromTheUsersDotfilesIsFollowed) {
+  test::FakeHome home;
+  const Context context = home.context();
+  test::writeFile(home / "dotfiles/tidewarden.json", "{\"lowSpaceGB\": 7}");
+  (void)createDirectories(parentPath(settingsFilePath(context)));
+  ASSERT_EQ(::symlink((home / "dotfiles/tidewarden.json").c_str(), settingsFilePath(context).c_str()), 0);
+  EXPECT_FALSE(context.settings->damage().has_value());
+  EXPECT_EQ(context.settings->integer("lowSpaceGB"), 7);
 }
 
 TEST(DevSettings, ProjectRootsFallBackToHomeOnlyWhenTheKeyIsAbsent) {
