@@ -75,12 +75,15 @@ Args::Args(const std::vector<std::string>& arguments, const std::set<std::string
   }
 }
 
-std::int64_t Args::number(const std::string& name, std::int64_t fallback, std::int64_t min) const {
+std::int64_t Args::number(const std::string& name, std::int64_t fallback, std::int64_t min,
+                          std::optional<std::int64_t> max) const {
   const auto found = options.find(name);
   if (found == options.end()) return fallback;
   const auto value = parseInteger(found->second);
-  if (!value || *value < min) {
-    throw UsageError("--" + name + " expects a number ≥ " + std::to_string(min) + ", got '" + found->second + "'");
+  if (!value || *value < min || (max && *value > *max)) {
+    const std::string range =
+        max ? "from " + std::to_string(min) + " to " + std::to_string(*max) : "≥ " + std::to_string(min);
+    throw UsageError("--" + name + " expects a number " + range + ", got '" + found->second + "'");
   }
   return *value;
 }

@@ -36,9 +36,10 @@ class Args {
 
   [[nodiscard]] bool has(const std::string& flag) const { return flags.contains(flag); }
   [[nodiscard]] bool json() const { return has("json"); }
-  // The option as a whole number of at least `min`, or `fallback` when absent.
-  // (Named `number` because `int` is reserved in C++.)
-  [[nodiscard]] std::int64_t number(const std::string& name, std::int64_t fallback, std::int64_t min) const;
+  // The option as a whole number of at least `min` (and at most `max`), or `fallback` when
+  // absent. (Named `number` because `int` is reserved in C++.)
+  [[nodiscard]] std::int64_t number(const std::string& name, std::int64_t fallback, std::int64_t min,
+                                    std::optional<std::int64_t> max = std::nullopt) const;
 };
 
 enum class Align { left, right };

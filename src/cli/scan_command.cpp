@@ -14,6 +14,10 @@
 namespace tw::CLI {
 namespace {
 
+// Each level of the JSON tree is a nested object and array; a bound keeps printing it
+// (and any reader's parser) far from the end of the stack on trees of any depth.
+constexpr std::int64_t deepestLevelShown = 1000;
+
 struct ScanView {
   std::int64_t top = 20;
   std::int64_t depth = 1;
@@ -74,7 +78,7 @@ void printText(const FSNode& root, const ScanView& view, double seconds, const s
 }  // namespace
 
 int scanCommand(const Args& args, const Context& context) {
-  const ScanView view{args.number("top", 20, 1), args.number("depth", 1, 0)};
+  const ScanView view{args.number("top", 20, 1), args.number("depth", 1, 0, deepestLevelShown)};
   const std::string path = folderToScan(expand(args.positional.empty() ? "~" : args.positional.front(), context.home));
 
   DiskScanner scanner(DiskScanner::skipsFor(path));
