@@ -83,7 +83,7 @@ TEST(CommandLine, MisuseExitsTwoWithTheMessageOnStandardErrorAndNothingElse) {
       {{"status", "-frob"}, misuse("unknown option '-frob'")},
       {{"history", "--limit", "0"}, misuse("--limit expects a number ≥ 1, got '0'")},
       {{"scan", "--top", "many"}, misuse("--top expects a number ≥ 1, got 'many'")},
-      {{"scan", "--depth", "-1"}, misuse("--depth expects a number ≥ 0, got '-1'")},
+      {{"scan", "--depth", "-1"}, misuse("--depth expects a number from 0 to 1000, got '-1'")},
       {{"clean"}, misuse("clean needs --safe (deletes the ✓ categories from `tidewarden junk`)")},
       {{"projects", "clean"},
        misuse("projects clean needs --selected (runs every pre-selected item; see `tidewarden projects --selected`)")},

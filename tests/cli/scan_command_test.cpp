@@ -117,7 +117,7 @@ TEST(ScanCommand, RejectsMisuseAndPathsThatAreNotFolders) {
   const std::string file = home.file("plain.txt", 10), usage = "\nRun 'tidewarden help' for usage.\n";
   const std::vector<std::tuple<std::vector<std::string>, int, std::string>> cases{
       {{"scan", "--top", "0"}, 2, "tidewarden: --top expects a number ≥ 1, got '0'" + usage},
-      {{"scan", "--depth", "-1"}, 2, "tidewarden: --depth expects a number ≥ 0, got '-1'" + usage},
+      {{"scan", "--depth", "-1"}, 2, "tidewarden: --depth expects a number from 0 to 1000, got '-1'" + usage},
       {{"scan", "--top", "many"}, 2, "tidewarden: --top expects a number ≥ 1, got 'many'" + usage},
       {{"scan", "a", "b"}, 2, "tidewarden: unexpected argument 'b'" + usage},
       {{"scan", file}, 1, "tidewarden: not a folder: " + file + "\n"},
