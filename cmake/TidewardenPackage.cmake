@@ -1,6 +1,6 @@
 # The Debian package, built by `cpack -G DEB` from an already built tree (scripts/package
 # does it from a fresh Release build). Its dependencies come from the libraries the
-# executable links, through dpkg-shlibdeps.
+# executable links, through dpkg-shlibdeps, and libcurl, which it loads when needed.
 set(TIDEWARDEN_MAINTAINER "The Tidewarden developers <maintainers@tidewarden.invalid>"
   CACHE STRING "Maintainer of the Debian package, \"Name <address>\"")
 
@@ -12,6 +12,8 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# Loaded at run time rather than linked, so dpkg-shlibdeps cannot see it.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4")
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${PROJECT_HOMEPAGE_URL}")

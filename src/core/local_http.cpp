@@ -1,9 +1,8 @@
 #include "core/local_http.h"
 
-#include <curl/curl.h>
-
 #include <memory>
-#include <mutex>
+
+#include "core/curl_library.h"
 
 namespace tw {
 namespace {
@@ -12,7 +11,11 @@ namespace {
 class CurlCategory : public std::error_category {
  public:
   [[nodiscard]] const char* name() const noexcept override { return "curl"; }
-  [[nodiscard]] std::string message(int code) const override { return curl_easy_strerror(static_cast<CURLcode>(code)); }
+  [[nodiscard]] std::string message(int code) const override {
+    const CurlLibrary* curl = curlLibrary();
+    if (!curl) return "libcurl is not installed";
+    return curl->easyStrerror(static_cast<CURLcode>(code));
+  }
 };
 
 const CurlCategory& curlCategory() {
@@ -21,11 +24,6 @@ const CurlCategory& curlCategory() {
 }
 
 std::error_code curlError(CURLcode code) { return {static_cast<int>(code), curlCategory()}; }
-
-void initialiseOnce() {
-  static std::once_flag once;
-  std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
-}
 
 struct Transfer {
   std::string body;
@@ -48,7 +46,11 @@ int progress(void* context, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
   return static_cast<Transfer*>(context)->stop.stop_requested() ? 1 : 0;
 }
 
-using CurlHandle = std::unique_ptr<CURL, decltype(&curl_easy_cleanup)>;
+struct EasyHandleDeleter {
+  const CurlLibrary* curl;
+  void operator()(CURL* handle) const { curl->easyCleanup(handle); }
+};
+using CurlHandle = std::unique_ptr<CURL, EasyHandleDeleter>;
 
 }  // namespace
 
@@ -64,9 +66,13 @@ bool HttpResponse::timedOut() const {
 
 HttpResponse LocalHttp::request(const LocalEndpoint& endpoint, std::string_view method, const std::string& pathAndQuery,
                                 double timeoutSeconds, std::stop_token stop) {
-  initialiseOnce();
   HttpResponse response;
-  const CurlHandle handle(curl_easy_init(), &curl_easy_cleanup);
+  const CurlLibrary* library = curlLibrary();
+  if (!library) {
+    response.error = curlError(CURLE_FAILED_INIT);
+    return response;
+  }
+  const CurlHandle handle(library->easyInit(), EasyHandleDeleter{library});
   if (!handle) {
     response.error = curlError(CURLE_FAILED_INIT);
     return response;
@@ -76,30 +82,30 @@ HttpResponse LocalHttp::request(const LocalEndpoint& endpoint, std::string_view 
   const std::string url = endpoint.base + pathAndQuery;
   const std::string verb(method);
   const long timeoutMs = static_cast<long>(timeoutSeconds * 1000);
-  curl_easy_setopt(curl, CURLOPT_URL, url.c_str());
-  if (!endpoint.unixSocket.empty()) curl_easy_setopt(curl, CURLOPT_UNIX_SOCKET_PATH, endpoint.unixSocket.c_str());
-  curl_easy_setopt(curl, CURLOPT_CUSTOMREQUEST, verb.c_str());
-  if (verb == "HEAD") curl_easy_setopt(curl, CURLOPT_NOBODY, 1L);
+  library->easySetopt(curl, CURLOPT_URL, url.c_str());
+  if (!endpoint.unixSocket.empty()) library->easySetopt(curl, CURLOPT_UNIX_SOCKET_PATH, endpoint.unixSocket.c_str());
+  library->easySetopt(curl, CURLOPT_CUSTOMREQUEST, verb.c_str());
+  if (verb == "HEAD") library->easySetopt(curl, CURLOPT_NOBODY, 1L);
   // Only this machine: no proxy from the environment, no redirects elsewhere.
-  curl_easy_setopt(curl, CURLOPT_PROXY, "");
-  curl_easy_setopt(curl, CURLOPT_NOPROXY, "*");
-  curl_easy_setopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
-  curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http");
-  curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L);
-  curl_easy_setopt(curl, CURLOPT_TIMEOUT_MS, timeoutMs);
-  curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
-  curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, &collect);
-  curl_easy_setopt(curl, CURLOPT_WRITEDATA, &transfer);
-  curl_easy_setopt(curl, CURLOPT_XFERINFOFUNCTION, &progress);
-  curl_easy_setopt(curl, CURLOPT_XFERINFODATA, &transfer);
-  curl_easy_setopt(curl, CURLOPT_NOPROGRESS, 0L);
+  library->easySetopt(curl, CURLOPT_PROXY, "");
+  library->easySetopt(curl, CURLOPT_NOPROXY, "*");
+  library->easySetopt(curl, CURLOPT_FOLLOWLOCATION, 0L);
+  library->easySetopt(curl, CURLOPT_PROTOCOLS_STR, "http");
+  library->easySetopt(curl, CURLOPT_NOSIGNAL, 1L);
+  library->easySetopt(curl, CURLOPT_TIMEOUT_MS, timeoutMs);
+  library->easySetopt(curl, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
+  library->easySetopt(curl, CURLOPT_WRITEFUNCTION, &collect);
+  library->easySetopt(curl, CURLOPT_WRITEDATA, &transfer);
+  library->easySetopt(curl, CURLOPT_XFERINFOFUNCTION, &progress);
+  library->easySetopt(curl, CURLOPT_XFERINFODATA, &transfer);
+  library->easySetopt(curl, CURLOPT_NOPROGRESS, 0L);
 
-  const CURLcode code = curl_easy_perform(curl);
+  const CURLcode code = library->easyPerform(curl);
   if (code != CURLE_OK) {
     response.error = curlError(transfer.tooBig ? CURLE_FILESIZE_EXCEEDED : code);
     return response;
   }
-  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &response.status);
+  library->easyGetinfo(curl, CURLINFO_RESPONSE_CODE, &response.status);
   response.body = std::move(transfer.body);
   return response;
 }

@@ -2,27 +2,18 @@
 
 #include <memory>
 
-#include <curl/curl.h>
+#include "core/curl_library.h"
 
 namespace tw {
 namespace {
 
-// libcurl wants its global set-up done once, before any transfer, and undone at exit.
-class CurlLibrary {
- public:
-  CurlLibrary() { curl_global_init(CURL_GLOBAL_DEFAULT); }
-  ~CurlLibrary() { curl_global_cleanup(); }
-  CurlLibrary(const CurlLibrary&) = delete;
-  CurlLibrary& operator=(const CurlLibrary&) = delete;
-};
-
-void ensureCurlLibrary() { static const CurlLibrary library; }
-
 struct EasyHandleDeleter {
-  void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+  const CurlLibrary* curl;
+  void operator()(CURL* handle) const { curl->easyCleanup(handle); }
 };
 struct HeaderListDeleter {
-  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+  const CurlLibrary* curl;
+  void operator()(curl_slist* list) const { curl->slistFreeAll(list); }
 };
 
 struct BodySink {
@@ -65,34 +56,39 @@ HttpsFetchResult fetchOverHttps(const std::string& url, const HttpsFetchOptions&
     result.error = HttpsFetchError::notHttps;
     return result;
   }
-  ensureCurlLibrary();
-  const std::unique_ptr<CURL, EasyHandleDeleter> curl(curl_easy_init());
-  const std::unique_ptr<curl_slist, HeaderListDeleter> headers(curl_slist_append(nullptr, "Accept: application/json"));
+  const CurlLibrary* library = curlLibrary();
+  if (!library) {
+    result.error = HttpsFetchError::network;
+    return result;
+  }
+  const std::unique_ptr<CURL, EasyHandleDeleter> curl(library->easyInit(), EasyHandleDeleter{library});
+  const std::unique_ptr<curl_slist, HeaderListDeleter> headers(
+      library->slistAppend(nullptr, "Accept: application/json"), HeaderListDeleter{library});
   if (!curl || !headers) {
     result.error = HttpsFetchError::network;
     return result;
   }
   BodySink sink{.body = {}, .maxBytes = options.maxBytes};
   CURL* handle = curl.get();
-  curl_easy_setopt(handle, CURLOPT_URL, url.c_str());
-  curl_easy_setopt(handle, CURLOPT_PROTOCOLS_STR, "https");
-  curl_easy_setopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "https");
-  curl_easy_setopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
-  curl_easy_setopt(handle, CURLOPT_MAXREDIRS, 3L);
-  curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L);  // time-outs without SIGALRM, safe off the main thread
-  curl_easy_setopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(options.timeout.count()));
-  curl_easy_setopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.maxBytes));
-  curl_easy_setopt(handle, CURLOPT_USERAGENT, options.userAgent.c_str());
-  curl_easy_setopt(handle, CURLOPT_HTTPHEADER, headers.get());
-  curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, appendToBody);
-  curl_easy_setopt(handle, CURLOPT_WRITEDATA, &sink);
+  library->easySetopt(handle, CURLOPT_URL, url.c_str());
+  library->easySetopt(handle, CURLOPT_PROTOCOLS_STR, "https");
+  library->easySetopt(handle, CURLOPT_REDIR_PROTOCOLS_STR, "https");
+  library->easySetopt(handle, CURLOPT_FOLLOWLOCATION, 1L);
+  library->easySetopt(handle, CURLOPT_MAXREDIRS, 3L);
+  library->easySetopt(handle, CURLOPT_NOSIGNAL, 1L);  // time-outs without SIGALRM, safe off the main thread
+  library->easySetopt(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(options.timeout.count()));
+  library->easySetopt(handle, CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(options.maxBytes));
+  library->easySetopt(handle, CURLOPT_USERAGENT, options.userAgent.c_str());
+  library->easySetopt(handle, CURLOPT_HTTPHEADER, headers.get());
+  library->easySetopt(handle, CURLOPT_WRITEFUNCTION, appendToBody);
+  library->easySetopt(handle, CURLOPT_WRITEDATA, &sink);
   if (!options.caFile.empty()) {
-    curl_easy_setopt(handle, CURLOPT_CAINFO, options.caFile.c_str());
-    curl_easy_setopt(handle, CURLOPT_CAPATH, nullptr);
+    library->easySetopt(handle, CURLOPT_CAINFO, options.caFile.c_str());
+    library->easySetopt(handle, CURLOPT_CAPATH, nullptr);
   }
 
-  const CURLcode code = curl_easy_perform(handle);
-  curl_easy_getinfo(handle, CURLINFO_RESPONSE_CODE, &result.status);
+  const CURLcode code = library->easyPerform(handle);
+  library->easyGetinfo(handle, CURLINFO_RESPONSE_CODE, &result.status);
   if (code != CURLE_OK) {
     result.error = errorFor(code, sink);
   } else if (result.status != 200) {

@@ -51,7 +51,7 @@ TEST_F(DebianPackage, DescribesItselfWithTheVersionAndTheLibrariesItLinks) {
   EXPECT_FALSE(field(deb_, "Maintainer").empty());
   EXPECT_TRUE(field(deb_, "Homepage").starts_with("https://"));
   const std::string depends = field(deb_, "Depends");
-  for (const std::string library : {"libc6 (>=", "libstdc++6 (>=", "libfmt"}) {
+  for (const std::string library : {"libc6 (>=", "libstdc++6 (>=", "libfmt", "libcurl4"}) {
     EXPECT_NE(depends.find(library), std::string::npos) << depends;
   }
 
