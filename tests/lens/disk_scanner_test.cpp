@@ -6,7 +6,7 @@
 #include <thread>
 #include <tuple>
 
-#include "fs/safe_remove.h"
+#include "fs/anchored_remove.h"
 #include "lens/disk_scanner.h"
 #include "lens/lens_fixtures.h"
 #include "support/fake_home.h"
@@ -230,7 +230,7 @@ TEST(DiskScan, FoldersNestedBeyondThePathLimitAreScanned) {
   for (; !node->children.empty(); ++depth) node = node->children[0].get();
   EXPECT_EQ(depth, kDepth + 1) << "the chain leads to the large file at the bottom";
   EXPECT_EQ(node->path(), root + chain + "/bottom");
-  EXPECT_FALSE(removeTreeSafely(root));
+  EXPECT_FALSE(removeBeneath(home.path(), root).error);
 }
 
 TEST(DiskUsage, WalksTenThousandNestedFoldersWithoutRunningOutOfStackOrDescriptors) {
@@ -243,7 +243,7 @@ TEST(DiskUsage, WalksTenThousandNestedFoldersWithoutRunningOutOfStackOrDescripto
   EXPECT_EQ(DiskScanner::usage(root), std::make_pair(size, size)) << "a file with one name is all freeable";
   // The same tree comes apart again, which also cleans up what the fake home's own removal
   // (path based) could not reach.
-  EXPECT_FALSE(removeTreeSafely(root));
+  EXPECT_FALSE(removeBeneath(home.path(), root).error);
   EXPECT_FALSE(exists(root));
 }
 

@@ -7,9 +7,9 @@
 #include <thread>
 #include <utility>
 
+#include "fs/anchored_remove.h"
 #include "fs/folder_walk.h"
 #include "fs/path.h"
-#include "fs/safe_remove.h"
 #include "fs/tree_remover.h"
 #include "lens/disk_scanner.h"
 #include "lens/lens_fixtures.h"
@@ -71,7 +71,7 @@ TEST(SafeRemoval, NeverCrossesIntoAnotherFileSystem) {
   ScratchVolume volume("tmpfs", home.folder("work/cache/mounted"));
   if (!volume.ready()) GTEST_SKIP() << volume.reason();
   writeFile(volume.path() + "/on-the-other-volume", "stay");
-  EXPECT_EQ(removeTreeSafely(home / "work/cache"), std::make_error_code(std::errc::cross_device_link));
+  EXPECT_EQ(removeBeneath(home.path(), home / "work/cache").error, std::make_error_code(std::errc::cross_device_link));
   EXPECT_TRUE(exists(volume.path() + "/on-the-other-volume"));
   EXPECT_FALSE(exists(home / "work/cache/own")) << "what is on the starting device still goes";
 }
@@ -134,7 +134,7 @@ TEST(SafeRemoval, RacingSwapsNeverReachOutsideTheTree) {
       }
     }
   });
-  (void)removeTreeSafely(home / "race");  // the racer may make parts fail; only what survives matters
+  (void)removeBeneath(home.path(), home / "race");  // the racer may make parts fail; only what survives matters
   done = true;
   racer.join();
   EXPECT_TRUE(outside.intact());
@@ -150,7 +150,7 @@ TEST(SafeRemoval, ReportsWhatItCouldNotDeleteAndDeletesTheRest) {
     ASSERT_EQ(runProcess({"chown", "-R", "65534:65534", home / "stuck"}).code, 0);
   }
   ASSERT_EQ(::chmod((home / "stuck/inner").c_str(), 0555), 0);
-  EXPECT_EQ(withPermissionsApplied([&] { return removeTreeSafely(home / "stuck").value(); }), EACCES);
+  EXPECT_EQ(withPermissionsApplied([&] { return removeBeneath(home.path(), home / "stuck").error.value(); }), EACCES);
   EXPECT_TRUE(exists(home / "stuck/inner/file"));
   EXPECT_FALSE(exists(home / "stuck/loose"));
 }
