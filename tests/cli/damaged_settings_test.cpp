@@ -12,7 +12,6 @@
 #include "fs/file_io.h"
 #include "fs/path.h"
 #include "support/fake_home.h"
-#include "support/programs.h"
 
 // A settings file that cannot be read never widens where Tidewarden deletes: listings go on
 // with the defaults and say so, removing commands refuse naming the file, and the file is
@@ -22,14 +21,6 @@ namespace {
 
 const std::vector<std::vector<std::string>> removingRuns{
     {"trash", "empty", "--yes"}, {"clean", "--safe", "--yes"}, {"projects", "clean", "--selected", "--yes"}};
-
-// Runs the built program with a time limit, so a read that blocks fails the test instead of
-// hanging it.
-RunResult runBounded(const std::vector<std::string>& arguments) {
-  std::vector<std::string> command{"timeout", "20", tidewardenBinary()};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  return runProcess(command);
-}
 
 std::size_t occurrences(const std::string& text, const std::string& part) {
   std::size_t count = 0;
@@ -55,7 +46,7 @@ class DamagedSettings : public ::testing::Test {
   // The user limited projects to ~/code; the damage must not widen that to the whole home.
   void expectRefusedAndKept(const std::string& what) {
     for (const auto& command : removingRuns) {
-      const auto run = runBounded(command);
+      const auto run = runTidewardenWithin(20, command);
       EXPECT_EQ(run.code, 1) << what << ": " << command.front() << run.out;
       EXPECT_NE(run.err.find("Refusing to delete anything: the settings file " + path_ + " is damaged ("),
                 std::string::npos)
@@ -65,11 +56,11 @@ class DamagedSettings : public ::testing::Test {
     EXPECT_TRUE(exists(home_ / "code/app/node_modules/dep/index.js")) << what;
     EXPECT_TRUE(exists(home_ / ".cache/pip/http/wheel")) << what;
 
-    const auto listing = runBounded({"projects", "--json"});
+    const auto listing = runTidewardenWithin(20, {"projects", "--json"});
     EXPECT_EQ(listing.code, 0) << what << ": " << listing.err;
     EXPECT_TRUE(nlohmann::json::accept(listing.out)) << what;
     EXPECT_EQ(occurrences(listing.err, "settings file " + path_ + " is damaged"), 1u) << what << ": " << listing.err;
-    const auto preview = runBounded({"clean", "--safe", "--dry-run"});
+    const auto preview = runTidewardenWithin(20, {"clean", "--safe", "--dry-run"});
     EXPECT_EQ(preview.code, 0) << what << ": " << preview.err;
     EXPECT_FALSE(exists(path_ + ".bad")) << what;
   }
@@ -80,7 +71,7 @@ class DamagedSettings : public ::testing::Test {
 
 TEST_F(DamagedSettings, TextThatIsNotAnObjectMakesRemovingCommandsRefuseAndStaysByteForByte) {
   for (const std::string& damaged : {std::string("{\"projectRoots\": [\"") + home_.path() + "/code\"", std::string(),
-                                    std::string("[1, 2]"), std::string("{\"projectRoots\": [\"/caf\xe9\"]}")}) {
+                                     std::string("[1, 2]"), std::string("{\"projectRoots\": [\"/caf\xe9\"]}")}) {
     writeFile(path_, damaged);
     expectRefusedAndKept(damaged);
     EXPECT_EQ(readFile(path_), damaged);
@@ -114,7 +105,7 @@ TEST_F(DamagedSettings, OnceRepairedTheUsersRootsHoldAgainAndRemovalsGoOn) {
   writeFile(path_, "{\"projectRoots\": [");
   expectRefusedAndKept("cut short");
   writeFile(path_, nlohmann::json{{"projectRoots", {home_ / "code"}}}.dump());
-  const auto run = runBounded({"projects", "clean", "--selected", "--yes"});
+  const auto run = runTidewardenWithin(20, {"projects", "clean", "--selected", "--yes"});
   EXPECT_EQ(run.code, 0) << run.err;
   EXPECT_EQ(run.err.find("damaged"), std::string::npos) << run.err;
   EXPECT_FALSE(exists(home_ / "code/app/node_modules"));

@@ -9,7 +9,6 @@
 
 #include "fs/unique_fd.h"
 #include "support/fake_home.h"
-#include "support/programs.h"
 
 // Trees and files shaped to hurt: far deeper than a path can be written, and files that
 // are not what they look like. Every command prints or refuses cleanly and promptly.
@@ -17,12 +16,6 @@ namespace tw::test {
 namespace {
 
 constexpr int levels = 20'000;
-
-RunResult runBounded(const std::vector<std::string>& arguments) {
-  std::vector<std::string> command{"timeout", "60", tidewardenBinary()};
-  command.insert(command.end(), arguments.begin(), arguments.end());
-  return runProcess(command);
-}
 
 // `levels` folders "d" inside each other, each beside an empty folder "a", with a 2 MB file
 // at the bottom; built relative to descriptors, as no path could name the bottom.
@@ -63,22 +56,22 @@ TEST(DeepTree, ScanCountsATwentyThousandLevelTreeAndItsJsonNestsAsDeepAsAskedWit
   const DeepTreeRemover remover{home / "deep"};
   buildDeepTree(home / "deep");
 
-  const auto shallow = runBounded({"scan", home / "deep", "--json"});
+  const auto shallow = runTidewardenWithin(60, {"scan", home / "deep", "--json"});
   ASSERT_EQ(shallow.code, 0) << shallow.err;
   const auto tree = nlohmann::json::parse(shallow.out);
   EXPECT_EQ(tree["items"], 2 * levels + 2);  // every "a" and "d", the file and .keep
   EXPECT_EQ(tree["size"].get<std::int64_t>(), 2 * 1024 * 1024 + 4096);
 
-  const auto deepest = runBounded({"scan", home / "deep", "--json", "--depth", "1000"});
+  const auto deepest = runTidewardenWithin(60, {"scan", home / "deep", "--json", "--depth", "1000"});
   ASSERT_EQ(deepest.code, 0) << deepest.err;
   EXPECT_EQ(nestingOf(nlohmann::json::parse(deepest.out)), 1000);
 
-  const auto beyond = runBounded({"scan", home / "deep", "--json", "--depth", "30000"});
+  const auto beyond = runTidewardenWithin(60, {"scan", home / "deep", "--json", "--depth", "30000"});
   EXPECT_EQ(beyond.code, 2) << beyond.out.substr(0, 200);
   EXPECT_EQ(beyond.out, "");
   EXPECT_NE(beyond.err.find("--depth expects a number from 0 to 1000, got '30000'"), std::string::npos) << beyond.err;
 
-  const auto text = runBounded({"scan", home / "deep"});
+  const auto text = runTidewardenWithin(60, {"scan", home / "deep"});
   EXPECT_EQ(text.code, 0) << text.err;
   EXPECT_NE(text.out.find("2.1 MB  d/"), std::string::npos) << text.out;
 }
@@ -96,7 +89,7 @@ TEST(PlantedFiles, AGitFileThatIsAFifoOrAHugeSparseFileLeavesItsProjectListedAtO
     ASSERT_EQ(::ftruncate(file.get(), 3LL << 30), 0);  // 3 GB that never was written
   }
   for (const std::string screen : {"projects", "git", "worktrees"}) {
-    const auto run = runBounded({screen, "--json"});
+    const auto run = runTidewardenWithin(60, {screen, "--json"});
     EXPECT_EQ(run.code, 0) << screen << ": " << run.err;
     EXPECT_TRUE(nlohmann::json::accept(run.out)) << screen;
     if (screen == "projects") {

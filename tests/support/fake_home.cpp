@@ -207,6 +207,12 @@ RunResult runProcess(const std::vector<std::string>& command,
   return result;
 }
 
+RunResult runTidewardenWithin(int seconds, const std::vector<std::string>& arguments) {
+  std::vector<std::string> command{"timeout", std::to_string(seconds), tidewardenBinary()};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return runProcess(command);
+}
+
 RunResult runTidewarden(const std::vector<std::string>& arguments,
                         const std::map<std::string, std::optional<std::string>>& environment,
                         const std::string& workingDirectory) {

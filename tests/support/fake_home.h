@@ -96,6 +96,10 @@ RunResult runProcess(const std::vector<std::string>& command,
                      const std::map<std::string, std::optional<std::string>>& environment = {},
                      const std::string& workingDirectory = "");
 
+// Runs the built tidewarden binary under `timeout`, so a command that blocks fails its test
+// (exit 124) instead of hanging the suite.
+RunResult runTidewardenWithin(int seconds, const std::vector<std::string>& arguments);
+
 // Runs the built tidewarden binary with these arguments.
 RunResult runTidewarden(const std::vector<std::string>& arguments,
                         const std::map<std::string, std::optional<std::string>>& environment = {},
