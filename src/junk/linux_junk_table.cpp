@@ -4,8 +4,8 @@ namespace tw {
 
 // The same seven categories at their Linux homes. There is no Library folder: app caches
 // live in the XDG cache folder, Electron and Chromium apps keep theirs under the XDG
-// config folder, and the Trash is the freedesktop one. Logs and Xcode have no place here
-// and stay empty.
+// config folder, and the Trash is the freedesktop one. Xcode has no place here: its row
+// has no sources, so the catalogue leaves it out.
 const JunkTable& linuxJunkTable() {
   static const JunkTable table{
       "linux",
@@ -24,7 +24,12 @@ const JunkTable& linuxJunkTable() {
            "globe",
            true,
            {JunkSource::cacheFolders("$XDG_CONFIG_HOME", 4)}},
-          {"logs", "Log Files", "Diagnostic logs in ~/Library/Logs (macOS only).", "doc.text", true, {}},
+          {"logs",
+           "Log Files",
+           "Logs that apps keep in your home folder. They start new ones when needed.",
+           "doc.text",
+           true,
+           {}},
           {"xcode", "Xcode Junk", "DerivedData, old device support files and simulator caches.", "hammer", true, {}},
           {"dev",
            "Developer Caches",

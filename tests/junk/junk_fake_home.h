@@ -20,6 +20,8 @@ namespace tw::test {
 
 inline const std::vector<std::string> kJunkCategoryIds{"caches", "appcaches", "logs",      "xcode",
                                                        "dev",    "trash",     "installers"};
+// Linux has no Xcode, nor a place for user logs apart from the caches: those categories are left out.
+inline const std::vector<std::string> kLinuxJunkCategoryIds{"caches", "appcaches", "dev", "trash", "installers"};
 inline const std::set<std::string> kSafeJunkCategoryIds{"caches", "appcaches", "logs", "xcode", "dev"};
 
 // Per category id, the home-relative paths it must offer after measuring.
