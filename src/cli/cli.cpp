@@ -6,6 +6,7 @@
 
 #include "cli/commands.h"
 #include "core/dev_safety.h"
+#include "core/platform_words.h"
 #include "screens/registry.h"
 
 namespace tw::CLI {
@@ -117,7 +118,9 @@ const std::string& usage() {
         "  status                            Disk total, used, free and purgeable space\n"
         "  scan [path] [--top N] [--depth D] Largest items in a folder (default ~, top 20, depth 1)\n"
         "  junk [--items]                    Smart Clean categories and their sizes\n"
-        "  clean --safe [--dry-run] [--yes]  Delete caches, logs, Xcode and package leftovers (never the Trash)\n"
+        "  clean --safe [--dry-run] [--yes]  Delete " +
+        platformWords().safeClean +
+        " (never the Trash)\n"
         "  trash [list]                      Items in the Trash with size and date deleted\n"
         "  trash empty [--dry-run] [--yes]   Permanently delete everything in the Trash\n"
         "  history [--limit N]               What Tidewarden removed (default last 20)\n";

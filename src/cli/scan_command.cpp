@@ -8,6 +8,7 @@
 
 #include "cli/commands.h"
 #include "core/format.h"
+#include "core/platform_words.h"
 #include "fs/file_io.h"
 #include "lens/disk_scanner.h"
 
@@ -72,7 +73,8 @@ void printText(const FSNode& root, const ScanView& view, double seconds, const s
   std::printf("\n%s: %s (%s freeable) in %s, %.1fs\n", terminalText(tilde(root.name, home)).c_str(),
               byteFormatter(root.size).c_str(), byteFormatter(root.freeable).c_str(),
               plural(root.itemCount, "item").c_str(), seconds);
-  std::printf("\nREAL is the space deleting would free (APFS clones and hard links excluded).\n");
+  std::printf("\nREAL is the space deleting would free (%s and hard links excluded).\n",
+              platformWords().sharedCopies.c_str());
 }
 
 }  // namespace

@@ -21,24 +21,26 @@ std::string repeated(const std::string& text, int count) {
 
 int statusCommand(const Args& args, const Context& context) {
   const VolumeInfo volume = reportedVolume(context);
-  const std::int64_t used = std::max<std::int64_t>(0, volume.total - volume.available);
-  const double usedShare = volume.total > 0 ? static_cast<double>(used) / static_cast<double>(volume.total) : 0;
+  const std::int64_t used = usedBytes(volume);
+  const double share = usedShare(volume);
 
   if (args.json()) {
     emit({{"volume", printable(volume.name)},
+          {"device", volume.device.empty() ? nlohmann::json() : nlohmann::json(printable(volume.device))},
           {"total", volume.total},
           {"used", used},
           {"available", volume.available},
           {"free", volume.availableNow},
           {"purgeable", volume.purgeable},
           {"purgeableNote", printable(volume.purgeableNote)},
-          {"usedPercent", decimal(usedShare * 100, 1)}});
+          {"usedPercent", decimal(share * 100, 1)}});
     return 0;
   }
-  const int full = std::clamp(static_cast<int>(std::lround(usedShare * kBarCells)), 0, kBarCells);
-  std::printf("%s\n", terminalText(volume.name).c_str());
+  const int full = std::clamp(static_cast<int>(std::lround(share * kBarCells)), 0, kBarCells);
+  const std::string title = volume.device.empty() ? volume.name : volume.name + " (" + volume.device + ")";
+  std::printf("%s\n", terminalText(title).c_str());
   std::printf("  [%s%s] %.0f%% used\n", repeated("█", full).c_str(), repeated("░", kBarCells - full).c_str(),
-              usedShare * 100);
+              share * 100);
   table({{"Total", byteFormatter(volume.total)},
          {"Used", byteFormatter(used)},
          {"Free", byteFormatter(volume.available), "including purgeable space"},

@@ -9,7 +9,10 @@
 namespace tw {
 
 std::vector<std::string> Shell::searchPaths(const std::string& home) {
-  return {"/opt/homebrew/bin", "/usr/local/bin", home + "/.cargo/bin", home + "/.local/bin", "/usr/bin", "/bin"};
+  std::vector<std::string> folders{"/opt/homebrew/bin",  "/usr/local/bin", home + "/.cargo/bin",
+                                   home + "/.local/bin", "/usr/bin",       "/bin"};
+  for (auto& folder : platformToolFolders(home)) folders.push_back(std::move(folder));
+  return folders;
 }
 
 std::optional<std::string> Shell::which(const std::string& name, const Context& context) {

@@ -9,6 +9,8 @@ bool Shell::hasDeveloperTools(const Context& context) {
   return installed;
 }
 
+std::vector<std::string> platformToolFolders(const std::string&) { return {}; }
+
 bool toolRunsWithoutInstallerPrompt(const std::string& path, const Context& context) {
   // Without the developer tools these two only offer to install them.
   if (path == "/usr/bin/git" || path == "/usr/bin/xcrun") return Shell::hasDeveloperTools(context);

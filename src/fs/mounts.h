@@ -17,4 +17,8 @@ struct MountedVolume {
 // empty when the table cannot be read.
 [[nodiscard]] std::vector<MountedVolume> mountedVolumes();
 
+// What the table says is mounted at `mountPoint` ("/dev/sda2", "tmpfs", ...), the latest
+// mount there; empty when it is not listed or the table says nothing.
+[[nodiscard]] std::string mountSource(const std::string& mountPoint);
+
 }  // namespace tw

@@ -16,4 +16,14 @@ std::vector<MountedVolume> mountedVolumes() {
   return volumes;
 }
 
+std::string mountSource(const std::string& mountPoint) {
+  struct statfs* mounts = nullptr;
+  const int count = ::getmntinfo(&mounts, MNT_NOWAIT);
+  std::string found;
+  for (int i = 0; i < count; ++i) {
+    if (mountPoint == mounts[i].f_mntonname) found = mounts[i].f_mntfromname;
+  }
+  return found;
+}
+
 }  // namespace tw

@@ -29,7 +29,7 @@ std::string unescapeMountField(const std::string& field) {
 }
 
 // "36 35 98:0 /mnt1 /mnt2 rw,noatime master:1 - ext3 /dev/root rw,errors=continue"
-bool parseMountLine(const std::string& line, MountedVolume& volume) {
+bool parseMountLine(const std::string& line, MountedVolume& volume, std::string* source = nullptr) {
   std::istringstream words(line);
   std::string id, parent, numbers, root, mountPoint, word;
   if (!(words >> id >> parent >> numbers >> root >> mountPoint)) return false;
@@ -37,6 +37,7 @@ bool parseMountLine(const std::string& line, MountedVolume& volume) {
   }
   std::string type;
   if (word != "-" || !(words >> type)) return false;
+  if (source != nullptr && words >> *source) *source = unescapeMountField(*source);
   unsigned major = 0, minor = 0;
   const auto colon = numbers.find(':');
   if (colon == std::string::npos) return false;
@@ -59,6 +60,18 @@ std::vector<MountedVolume> mountedVolumes() {
     if (parseMountLine(line, volume)) volumes.push_back(std::move(volume));
   }
   return volumes;
+}
+
+std::string mountSource(const std::string& mountPoint) {
+  std::string found;
+  std::ifstream table("/proc/self/mountinfo");
+  std::string line;
+  while (std::getline(table, line)) {
+    MountedVolume volume;
+    std::string source;
+    if (parseMountLine(line, volume, &source) && volume.mountPoint == mountPoint) found = source;
+  }
+  return found;
 }
 
 }  // namespace tw

@@ -1,7 +1,9 @@
 #include "junk/junk_finders.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <optional>
 
@@ -66,7 +68,57 @@ void findEntries(const JunkSource& source, const JunkRoots& roots, JunkFinding& 
   for (auto& path : *paths) finding.paths.push_back(std::move(path));
 }
 
+// The name a link at `path` stands for when it points at a plain name in its own folder.
+std::optional<std::string> siblingTarget(const std::string& path) {
+  char target[256];
+  const ssize_t length = ::readlink(path.c_str(), target, sizeof target);
+  if (length <= 0 || static_cast<std::size_t>(length) >= sizeof target) return std::nullopt;
+  const std::string name(target, static_cast<std::size_t>(length));
+  if (name.find('/') != std::string::npos || name == "." || name == "..") return std::nullopt;
+  return name;
+}
+
+// `relative` below `folder` with sibling links read as their target; nothing when a part
+// is missing, not a folder, or another kind of link.
+std::optional<std::string> realFolderBelow(std::string folder, const std::string& relative) {
+  std::vector<std::string> parts;
+  for (std::size_t start = 0; start <= relative.size();) {
+    const std::size_t slash = std::min(relative.find('/', start), relative.size());
+    if (slash > start) parts.push_back(relative.substr(start, slash - start));
+    start = slash + 1;
+  }
+  for (const auto& part : parts) {
+    std::string path = joinPath(folder, part);
+    struct stat info {};
+    if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
+    if (S_ISLNK(info.st_mode)) {
+      const auto target = siblingTarget(path);
+      if (!target) return std::nullopt;
+      path = joinPath(folder, *target);
+      if (::lstat(path.c_str(), &info) != 0) return std::nullopt;
+    }
+    if (!S_ISDIR(info.st_mode)) return std::nullopt;
+    folder = std::move(path);
+  }
+  return folder;
+}
+
 }  // namespace
+
+std::vector<std::string> JunkFinders::insideEach(const std::string& root, const std::vector<std::string>& insidePaths) {
+  std::vector<std::string> found;
+  const auto entries = listFolder(root);
+  if (!entries) return found;
+  for (const auto& entry : *entries) {
+    if (!entry.isDir) continue;
+    const std::string app = joinPath(root, entry.name);
+    for (const auto& relative : insidePaths) {
+      auto path = realFolderBelow(app, relative);
+      if (path && std::find(found.begin(), found.end(), *path) == found.end()) found.push_back(std::move(*path));
+    }
+  }
+  return found;
+}
 
 std::vector<std::string> JunkFinders::kids(const std::string& folder, const NameFilter& where) {
   return listedKids(folder, where).value_or(std::vector<std::string>{});
@@ -103,6 +155,11 @@ JunkFinding JunkFinders::find(const std::vector<JunkSource>& sources, const Junk
       }
       case JunkSource::Kind::cacheFolders:
         for (auto& path : cacheFolders(roots.expand(source.paths.front()), source.folderNames, source.maxDepth, stop)) {
+          finding.paths.push_back(std::move(path));
+        }
+        break;
+      case JunkSource::Kind::insideEach:
+        for (auto& path : insideEach(roots.expand(source.paths.front()), source.insidePaths)) {
           finding.paths.push_back(std::move(path));
         }
         break;

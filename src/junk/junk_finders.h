@@ -28,6 +28,12 @@ struct JunkFinders {
                                                              const std::set<std::string>& names, int maxDepth,
                                                              std::stop_token stop = {});
 
+  // For every folder directly inside `root` (not a link), each of `insidePaths` in it that
+  // is a folder, with a link to a plain sibling name read as that sibling: the removal
+  // path follows no link, so an item is named by its real path.
+  [[nodiscard]] static std::vector<std::string> insideEach(const std::string& root,
+                                                           const std::vector<std::string>& insidePaths);
+
   // Everything a category's sources find, in source order; a stop request ends the
   // search between folders.
   [[nodiscard]] static JunkFinding find(const std::vector<JunkSource>& sources, const JunkRoots& roots,

@@ -24,6 +24,8 @@ JunkCategories JunkModel::makeCategories(const Context& context) {
 JunkCategories JunkModel::makeCategories(const JunkTable& table, const JunkRoots& roots) {
   JunkCategories categories;
   for (const auto& row : table.rows) {
+    // A category with nowhere to look on this platform could only ever show "0 bytes".
+    if (row.sources.empty()) continue;
     auto finder = [sources = row.sources, roots](std::stop_token stop) {
       return JunkFinders::find(sources, roots, std::move(stop));
     };

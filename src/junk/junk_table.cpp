@@ -36,6 +36,14 @@ JunkSource JunkSource::cacheFolders(std::string root, int maxDepth) {
   return source;
 }
 
+JunkSource JunkSource::insideEach(std::string root, std::vector<std::string> insidePaths) {
+  JunkSource source;
+  source.kind = Kind::insideEach;
+  source.paths = {std::move(root)};
+  source.insidePaths = std::move(insidePaths);
+  return source;
+}
+
 JunkSource JunkSource::noteWhenUnreadable(std::string note, bool missingIsEmpty) const {
   JunkSource source = *this;
   source.unreadableNote = std::move(note);

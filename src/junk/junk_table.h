@@ -20,6 +20,7 @@ struct JunkSource {
     entries,       // every name directly inside `path`, except `exceptNames` and ".DS_Store"
     existing,      // each of `paths` that exists, in order
     cacheFolders,  // folders named one of `folderNames`, 1 to `maxDepth` levels below `path`
+    insideEach,    // for every folder directly inside `path`, each of `insidePaths` in it that is a folder
   };
 
   Kind kind = Kind::entries;
@@ -28,6 +29,9 @@ struct JunkSource {
   std::set<std::string> extensions;  // entries: when not empty, only names with one of these
   std::set<std::string> folderNames;
   int maxDepth = 0;
+  // insideEach: relative paths; a link among their folders whose target is a plain name
+  // beside it (Snap's "current") is read as that name, any other link ends the path.
+  std::vector<std::string> insidePaths;
   // entries: a folder that cannot be listed becomes this note instead of nothing;
   // "{folder}" in it shows the folder.
   std::optional<std::string> unreadableNote;
@@ -38,6 +42,7 @@ struct JunkSource {
   [[nodiscard]] static JunkSource entriesWithExtensions(std::string folder, std::set<std::string> extensions);
   [[nodiscard]] static JunkSource existing(std::vector<std::string> paths);
   [[nodiscard]] static JunkSource cacheFolders(std::string root, int maxDepth);
+  [[nodiscard]] static JunkSource insideEach(std::string root, std::vector<std::string> insidePaths);
   [[nodiscard]] JunkSource noteWhenUnreadable(std::string note, bool missingIsEmpty = false) const;
 };
 

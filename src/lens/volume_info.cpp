@@ -1,5 +1,7 @@
 #include "lens/volume_info.h"
 
+#include <algorithm>
+
 #include "lens/disk_scanner.h"
 
 namespace tw {
@@ -14,11 +16,23 @@ VolumeInfo reportedVolume(const Context& context) {
   VolumeInfo volume = startupVolume(context.home);
   if (!context.sampleData) return volume;
   volume.name = "Macintosh HD";
+  volume.device.clear();
+  volume.used.reset();
   volume.total = kDemoTotal;
   volume.available = kDemoFree;
   volume.availableNow = kDemoFree;
   volume.purgeable = 0;
   return volume;
+}
+
+std::int64_t usedBytes(const VolumeInfo& volume) {
+  return volume.used.value_or(std::max<std::int64_t>(0, volume.total - volume.available));
+}
+
+double usedShare(const VolumeInfo& volume) {
+  const std::int64_t used = usedBytes(volume);
+  const std::int64_t writable = used + volume.available;
+  return writable > 0 ? static_cast<double>(used) / static_cast<double>(writable) : 0;
 }
 
 DiskInfo DiskInfo::current(const Context& context) {

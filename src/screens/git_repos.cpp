@@ -4,6 +4,7 @@
 
 #include "core/concurrent.h"
 #include "core/format.h"
+#include "core/platform_words.h"
 #include "core/settings.h"
 #include "core/shell.h"
 #include "core/sizes.h"
@@ -136,7 +137,7 @@ std::optional<DevItem> GitRepos::inspect(const std::string& repo, const std::str
 
 ProviderResult GitRepos::load(const Context& context) {
   const auto git = Shell::which("git", context);
-  if (!git) return {{}, "Git isn't installed. Install the Xcode Command Line Tools to inspect repositories."};
+  if (!git) return {{}, gitMissingNote(platformWords(), "inspect repositories")};
   const bool hasLFS = Shell::which("git-lfs", context).has_value();
 
   const auto repos = repositories(context);

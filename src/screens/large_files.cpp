@@ -120,15 +120,11 @@ void collect(const LargeFilesTable& table, const Layout& layout, const FSNode& r
 // Projects screen. Only folders that a rule names are checked, each once.
 class ArtifactFolders {
  public:
-  ArtifactFolders() {
-    for (const auto& rule : Projects::rules()) names_.insert(rule.names.begin(), rule.names.end());
-  }
-
   bool holds(const std::string& path, const std::string& walkRoot) {
     std::size_t slash = walkRoot.size();
     while ((slash = path.find('/', slash + 1)) != std::string::npos) {
       const std::string folder = path.substr(0, slash);
-      if (names_.contains(lastPathComponent(folder)) && isArtifact(folder)) return true;
+      if (Projects::anyRuleNames(lastPathComponent(folder)) && isArtifact(folder)) return true;
     }
     return false;
   }
@@ -145,7 +141,6 @@ class ArtifactFolders {
     return artifact;
   }
 
-  std::set<std::string> names_;
   std::map<std::string, bool> known_;
 };
 

@@ -12,6 +12,7 @@
 #include "fs/path.h"
 #include "fs/regular_file.h"
 #include "fs/usage.h"
+#include "screens/project_kinds.h"
 #include "screens/projects.h"
 
 namespace tw {
@@ -22,9 +23,26 @@ constexpr std::size_t maxGitFileBytes = 64 * 1024;
 constexpr int discoveryDepth = 6;  // project folders are looked for this many levels down
 constexpr int artifactDepth = 9;   // the walk inside a project descends past this level no further
 
+bool isManifest(const FolderEntry& entry) {
+  if (Projects::manifests().contains(entry.name)) return true;
+  if (entry.isDir) return false;
+  for (const auto& suffix : platformProjectKinds().manifestSuffixes) {
+    if (entry.name.size() > suffix.size() && entry.name.ends_with(suffix)) return true;
+  }
+  return false;
+}
+
 bool isProject(const std::vector<FolderEntry>& entries) {
   for (const auto& entry : entries) {
-    if (entry.name == ".git" || Projects::manifests().contains(entry.name)) return true;
+    if (entry.name == ".git" || isManifest(entry)) return true;
+  }
+  return false;
+}
+
+bool skippedBelowHome(const std::string& folder, const std::string& home) {
+  if (home.empty()) return false;
+  for (const auto& below : platformProjectKinds().skipBelowHome) {
+    if (folder == joinPath(home, below)) return true;
   }
   return false;
 }
@@ -36,7 +54,7 @@ bool searchedForProjects(const FolderEntry& entry) {
 
 void discoverIn(const std::string& folder, int depth, const std::stop_token& stop, const std::string& home,
                 std::vector<std::string>& found, std::unordered_set<std::string>& seen) {
-  if (stop.stop_requested()) return;
+  if (stop.stop_requested() || (depth > 0 && skippedBelowHome(folder, home))) return;
   const auto entries = listFolder(folder);
   if (!entries) return;
   if (isProject(*entries) && (home.empty() || standardizePath(folder) != home)) {

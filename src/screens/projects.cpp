@@ -53,6 +53,15 @@ std::vector<Projects::Found> findAll(const std::vector<std::string>& projects, c
   return all;
 }
 
+// Projects whose rebuildable folders are all empty were still found: saying none were
+// would send the user looking for a setting that is already right.
+std::string nothingToCleanNote(std::size_t projects) {
+  if (projects == 0) return "No projects found. Add the folders where you keep your code.";
+  if (projects == 1) return "Found 1 project; it holds no dependencies, build output or caches that take space.";
+  return "Found " + std::to_string(projects) +
+         " projects; none holds dependencies, build output or caches that take space.";
+}
+
 }  // namespace
 
 ProviderResult Projects::load(const Context& context) {
@@ -60,7 +69,8 @@ ProviderResult Projects::load(const Context& context) {
 }
 
 ProviderResult Projects::scan(const std::string& home, const std::vector<std::string>& roots, std::stop_token stop) {
-  const auto found = findAll(discover(roots, stop, home), stop);
+  const auto projects = discover(roots, stop, home);
+  const auto found = findAll(projects, stop);
   std::vector<std::string> paths;
   for (const auto& project : found) {
     for (const auto& artifact : project.artifacts) paths.push_back(artifact.path);
@@ -79,7 +89,7 @@ ProviderResult Projects::scan(const std::string& home, const std::vector<std::st
     if (!items.empty()) groups.push_back(projectGroup(home, project.root, std::move(items), now));
   }
   sortByTotal(groups);
-  if (groups.empty()) return {{}, "No projects found. Add the folders where you keep your code."};
+  if (groups.empty()) return {{}, nothingToCleanNote(projects.size())};
   return {std::move(groups), std::nullopt};
 }
 

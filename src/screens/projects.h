@@ -17,6 +17,7 @@ namespace tw {
 struct Projects {
   // One kind of rebuildable folder.
   struct Rule {
+    // Exact names; one ending in "*" names every folder that starts with what precedes it.
     std::set<std::string> names;
     // At least one of these must stand beside the folder; an entry starting with "." is a
     // name suffix (".xcodeproj"), anything else an exact name. Empty: no requirement.
@@ -48,6 +49,9 @@ struct Projects {
   [[nodiscard]] static const std::set<std::string>& skip();
   // Lower-case extensions of folders that are packages, never walked into.
   [[nodiscard]] static const std::set<std::string>& bundleExts();
+
+  // Whether some rule names folders called `name`, whatever stands beside them.
+  [[nodiscard]] static bool anyRuleNames(const std::string& name);
 
   // The rule that a folder called `name` at `path`, whose parent holds `siblings`, matches.
   [[nodiscard]] static const Rule* match(const std::string& name, const Names& siblings, const std::string& path);

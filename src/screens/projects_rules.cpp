@@ -2,6 +2,7 @@
 
 #include "core/package_folders.h"
 #include "fs/file_io.h"
+#include "screens/project_kinds.h"
 #include "screens/projects.h"
 
 namespace tw {
@@ -55,24 +56,48 @@ bool anySatisfied(const std::vector<std::string>& requirements, const Projects::
   return false;
 }
 
+std::set<std::string> withPlatformNames(const std::set<std::string>& added, std::set<std::string> names) {
+  names.insert(added.begin(), added.end());
+  return names;
+}
+
 }  // namespace
 
 const std::vector<Projects::Rule>& Projects::rules() {
-  static const std::vector<Rule> table = makeRules();
+  static const std::vector<Rule> table = [] {
+    auto rules = makeRules();
+    const auto& added = platformProjectKinds().rules;
+    rules.insert(rules.end(), added.begin(), added.end());
+    return rules;
+  }();
   return table;
 }
 
 const std::set<std::string>& Projects::manifests() {
-  static const std::set<std::string> names{
-      "package.json",    "Cargo.toml",    "pubspec.yaml",   "Podfile",          "build.gradle",  "build.gradle.kts",
-      "settings.gradle", "pom.xml",       "pyproject.toml", "requirements.txt", "Package.swift", "go.mod",
-      "Gemfile",         "project.godot", "composer.json",  "ProjectSettings",
-  };
+  static const std::set<std::string> names = withPlatformNames(platformProjectKinds().manifests, {
+                                                                                                     "package.json",
+                                                                                                     "Cargo.toml",
+                                                                                                     "pubspec.yaml",
+                                                                                                     "Podfile",
+                                                                                                     "build.gradle",
+                                                                                                     "build.gradle.kts",
+                                                                                                     "settings.gradle",
+                                                                                                     "pom.xml",
+                                                                                                     "pyproject.toml",
+                                                                                                     "requirements.txt",
+                                                                                                     "Package.swift",
+                                                                                                     "go.mod",
+                                                                                                     "Gemfile",
+                                                                                                     "project.godot",
+                                                                                                     "composer.json",
+                                                                                                     "ProjectSettings",
+                                                                                                 });
   return names;
 }
 
 const std::set<std::string>& Projects::skip() {
-  static const std::set<std::string> names{"Library", "Applications", "Movies", "Music", "Pictures", "node_modules"};
+  static const std::set<std::string> names = withPlatformNames(
+      platformProjectKinds().skip, {"Library", "Applications", "Movies", "Music", "Pictures", "node_modules"});
   return names;
 }
 
@@ -80,28 +105,60 @@ const std::set<std::string>& Projects::bundleExts() { return packageFolderExtens
 
 namespace {
 
+struct RuleIndex {
+  std::unordered_map<std::string, std::vector<const Projects::Rule*>> byName;
+  std::vector<std::pair<std::string, const Projects::Rule*>> byPrefix;
+};
+
 // The rules that name each folder name, in table order: the walk asks about every folder
-// it meets, and nearly all of them name no rule at all.
-const std::unordered_map<std::string, std::vector<const Projects::Rule*>>& rulesByName() {
+// it meets, and nearly all of them name no rule at all. A name ending in "*" is a prefix.
+const RuleIndex& ruleIndex() {
   static const auto index = [] {
-    std::unordered_map<std::string, std::vector<const Projects::Rule*>> byName;
+    RuleIndex rules;
     for (const auto& rule : Projects::rules()) {
-      for (const auto& name : rule.names) byName[name].push_back(&rule);
+      for (const auto& name : rule.names) {
+        if (name.ends_with('*')) {
+          rules.byPrefix.emplace_back(name.substr(0, name.size() - 1), &rule);
+        } else {
+          rules.byName[name].push_back(&rule);
+        }
+      }
     }
-    return byName;
+    return rules;
   }();
   return index;
 }
 
+bool namedBy(const std::string& prefix, const std::string& name) {
+  return name.size() > prefix.size() && name.starts_with(prefix);
+}
+
+bool applies(const Projects::Rule& rule, const Projects::Names& siblings, const std::string& path) {
+  if (!anySatisfied(rule.requirements, siblings)) return false;
+  return !rule.contains || pathExists(path + "/" + *rule.contains);
+}
+
 }  // namespace
 
+bool Projects::anyRuleNames(const std::string& name) {
+  const auto& index = ruleIndex();
+  if (index.byName.contains(name)) return true;
+  for (const auto& [prefix, rule] : index.byPrefix) {
+    if (namedBy(prefix, name)) return true;
+  }
+  return false;
+}
+
 const Projects::Rule* Projects::match(const std::string& name, const Names& siblings, const std::string& path) {
-  const auto candidates = rulesByName().find(name);
-  if (candidates == rulesByName().end()) return nullptr;
-  for (const Rule* rule : candidates->second) {
-    if (!anySatisfied(rule->requirements, siblings)) continue;
-    if (rule->contains && !pathExists(path + "/" + *rule->contains)) continue;
-    return rule;
+  // Exact names before prefixes: no prefix stands in a rule before one naming the same folder.
+  const auto& index = ruleIndex();
+  if (const auto named = index.byName.find(name); named != index.byName.end()) {
+    for (const Rule* rule : named->second) {
+      if (applies(*rule, siblings, path)) return rule;
+    }
+  }
+  for (const auto& [prefix, rule] : index.byPrefix) {
+    if (namedBy(prefix, name) && applies(*rule, siblings, path)) return rule;
   }
   return nullptr;
 }

@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "core/platform_words.h"
 #include "dedupe/dedupe.h"
 #include "screens/ai_models.h"
 #include "screens/docker.h"
@@ -93,9 +94,9 @@ std::vector<DevScreen> makeDeveloper() {
        "last used.",
        "Delete Models", Bar::none, true, [](const Context& context) { return AIModels::scan(context); }},
       {Pane::dedupe, "Clone Dedupe", "square.on.square",
-       "Finds identical files across your projects, worktrees and node_modules and turns the copies into "
-       "APFS clones. Every file stays where it is and nothing is deleted; the copies just stop taking "
-       "extra space.",
+       "Finds identical files across your projects, worktrees and node_modules and turns the copies into " +
+           platformWords().cloneTarget +
+           ". Every file stays where it is and nothing is deleted; the copies just stop taking extra space.",
        "Clone Duplicates", Bar::rootsNoFilter, false, [](const Context& context) { return Dedupe::load(context); }},
   };
 }

@@ -4,6 +4,7 @@
 
 #include "core/concurrent.h"
 #include "core/format.h"
+#include "core/platform_words.h"
 #include "core/settings.h"
 #include "core/shell.h"
 #include "core/text.h"
@@ -227,7 +228,7 @@ DevItem Worktrees::item(const Entry& entry, const std::string& repo, const std::
 
 ProviderResult Worktrees::load(const Context& context) {
   const auto git = Shell::which("git", context);
-  if (!git) return {{}, "Git isn't installed. Install the Xcode Command Line Tools to manage worktrees."};
+  if (!git) return {{}, gitMissingNote(platformWords(), "manage worktrees")};
 
   const auto repos = repositories(context);
   std::vector<RepoWorktrees> perRepo(repos.size());

@@ -13,7 +13,7 @@ const std::string usageText =
     "  status                            Disk total, used, free and purgeable space\n"
     "  scan [path] [--top N] [--depth D] Largest items in a folder (default ~, top 20, depth 1)\n"
     "  junk [--items]                    Smart Clean categories and their sizes\n"
-    "  clean --safe [--dry-run] [--yes]  Delete caches, logs, Xcode and package leftovers (never the Trash)\n"
+    "  clean --safe [--dry-run] [--yes]  Delete caches, logs and package leftovers (never the Trash)\n"
     "  trash [list]                      Items in the Trash with size and date deleted\n"
     "  trash empty [--dry-run] [--yes]   Permanently delete everything in the Trash\n"
     "  history [--limit N]               What Tidewarden removed (default last 20)\n"

@@ -202,7 +202,7 @@ TEST_F(ProjectsCommand, CleanDeletesOnlySelectedArtifactsRecordsThemAndKeepsTheS
   EXPECT_THAT(runJSON({"projects", "--selected", "--json"})["groups"], IsEmpty());
 }
 
-TEST(ProjectsCommandRoots, UsesTheProjectRootsSettingAndGivesTheNoteWhenNothingIsFound) {
+TEST(ProjectsCommandRoots, UsesTheProjectRootsSettingAndSaysWhatItFoundWhenNothingIsToClean) {
   FakeHome home;
   home.file("outside/app/package.json", 10);
   home.file("outside/app/node_modules/a/index.js", 10'000);
@@ -217,7 +217,10 @@ TEST(ProjectsCommandRoots, UsesTheProjectRootsSettingAndGivesTheNoteWhenNothingI
   removeTree(home / "outside/app");
   const auto output = runJSON({"projects", "--json"});
   EXPECT_THAT(output["groups"], IsEmpty());
-  EXPECT_EQ(output["note"], "No projects found. Add the folders where you keep your code.");
+  EXPECT_EQ(output["note"], "Found 1 project; it holds no dependencies, build output or caches that take space.");
+
+  removeTree(home / "outside/empty-project");
+  EXPECT_EQ(runJSON({"projects", "--json"})["note"], "No projects found. Add the folders where you keep your code.");
 }
 
 TEST(ProjectsCommandBadInput, UnreadableFoldersAndOddNamesNeitherCrashNorBreakTheOutput) {

@@ -89,7 +89,8 @@ TEST(ScanCommand, TextListsTheLargestItemsAndSummarises) {
   EXPECT_EQ(out.find("video.mov"), std::string::npos) << "only the top item is listed";
   const std::string total = byteFormatter(DiskScanner().scan(home / "work")->size);
   EXPECT_NE(out.find("~/work: " + total + " ("), std::string::npos) << out;
-  EXPECT_TRUE(out.ends_with("\nREAL is the space deleting would free (APFS clones and hard links excluded).\n"));
+  EXPECT_TRUE(
+      out.ends_with("\nREAL is the space deleting would free (shared reflink extents and hard links excluded).\n"));
 }
 
 TEST(ScanCommand, ScansTheHomeRelativePathsAndLinkedFolders) {

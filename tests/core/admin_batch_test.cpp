@@ -89,6 +89,29 @@ TEST(AdminBatch, ADismissedPromptCancelsEveryCommandAndRunsNone) {
   EXPECT_EQ(DevAction::admin("true").perform(context).error(), "Cancelled");
 }
 
+// pkexec's words when no agent can ask for the password: from a service, a cron job or a
+// terminal-less session with no desktop agent running.
+TEST(AdminBatch, WithNowhereToAskForThePasswordEveryCommandFailsSayingWhatToDo) {
+  StandInPkexec pkexec;
+  SKIP_WITHOUT_STAND_IN(pkexec);
+  const Context context = pkexec.home.context();
+  const std::string advice =
+      "No password prompt could be shown. Run it again from a terminal, where pkexec asks for the password, or from "
+      "a desktop session with a polkit authentication agent.";
+  for (const char* words : {"Error executing command as another user: No authentication agent found.",
+                            "Error creating textual authentication agent: Error opening current controlling terminal "
+                            "for the process (`/dev/tty'): No such device or address"}) {
+    writeFile(pkexec.path + ".words", std::string(words) + "\n");
+    writeExecutable(pkexec.path, "#!/bin/sh\ncat \"$0.words\" >&2\nexit 127\n");
+    const auto outcomes = runAllAsAdministrator({"true", "true"}, context);
+    EXPECT_EQ(statuses(outcomes), (std::vector<Status>{Status::failed, Status::failed})) << words;
+    EXPECT_EQ(reasons(outcomes), (std::vector<std::string>{advice, advice})) << words;
+  }
+  // Ending without a word is a failure too, never a silent "Cancelled".
+  writeExecutable(pkexec.path, "#!/bin/sh\nexit 1\n");
+  EXPECT_EQ(DevAction::admin("true").perform(context).error(), "pkexec ended with status 1 without saying why.");
+}
+
 TEST(AdminBatch, AStoppedRunNeverAsksForThePassword) {
   StandInPkexec pkexec;
   SKIP_WITHOUT_STAND_IN(pkexec);

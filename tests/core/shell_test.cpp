@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <thread>
+#include <utility>
 
 #include "core/shell.h"
 #include "support/fake_home.h"
@@ -108,7 +109,10 @@ TEST(ShellRun, ProgramsThatCannotStartFailToLaunchWithAReason) {
 TEST(ShellRun, ChildPathIsTheToolFoldersThenTheInheritedOneAndGitNeverPrompts) {
   FakeHome home;
   const std::string tools =
-      "/opt/homebrew/bin:/usr/local/bin:" + home.path() + "/.cargo/bin:" + home.path() + "/.local/bin:/usr/bin:/bin:";
+      "/opt/homebrew/bin:/usr/local/bin:" + home.path() + "/.cargo/bin:" + home.path() +
+      "/.local/bin:/usr/bin:/bin:/usr/sbin:/snap/bin:/home/linuxbrew/.linuxbrew/bin:" + home.path() +
+      "/.linuxbrew/bin:" + home.path() + "/.nix-profile/bin:/nix/var/nix/profiles/default/bin:" + home.path() +
+      "/go/bin:";
   {
     ScopedPath path("/custom/bin:/usr/bin");
     const auto result =
@@ -181,6 +185,22 @@ TEST(ShellWhich, SearchesTheFixedFoldersInOrderForExecutableFilesAndIgnoresPath)
   EXPECT_EQ(Shell::which("git", home.context()), "/usr/bin/git");
   EXPECT_EQ(Shell::which("../bin/sh", home.context()), std::nullopt);
   EXPECT_EQ(Shell::which("", home.context()), std::nullopt);
+}
+
+TEST(ShellWhich, FindsToolsWhereLinuxPackageManagersPutThemAfterTheSharedFolders) {
+  FakeHome home;
+  for (const auto& [folder, name] : {std::pair{".nix-profile/bin", "tw-probe-nix"},
+                                     {"go/bin", "tw-probe-go"},
+                                     {".linuxbrew/bin", "tw-probe-brew"}}) {
+    const auto path = writeExecutable(home / (std::string(folder) + "/" + name), "#!/bin/sh\n");
+    EXPECT_EQ(Shell::which(name, home.context()), path) << folder;
+  }
+  writeExecutable(home / "go/bin/tw-probe", "#!/bin/sh\n");
+  const auto local = writeExecutable(home / ".local/bin/tw-probe", "#!/bin/sh\n");
+  EXPECT_EQ(Shell::which("tw-probe", home.context()), local) << "the shared folders come first";
+  // Administrator tools live in /usr/sbin only.
+  if (!exists("/usr/sbin/mkfs.ext4") || exists("/usr/bin/mkfs.ext4")) GTEST_SKIP() << "no tool only in /usr/sbin here";
+  EXPECT_EQ(Shell::which("mkfs.ext4", home.context()), "/usr/sbin/mkfs.ext4");
 }
 
 }  // namespace tw::test

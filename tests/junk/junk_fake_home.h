@@ -20,6 +20,9 @@ namespace tw::test {
 
 inline const std::vector<std::string> kJunkCategoryIds{"caches", "appcaches", "logs",      "xcode",
                                                        "dev",    "trash",     "installers"};
+// Linux has no Xcode: that category is left out.
+inline const std::vector<std::string> kLinuxJunkCategoryIds{"caches", "appcaches", "logs",
+                                                            "dev",    "trash",     "installers"};
 inline const std::set<std::string> kSafeJunkCategoryIds{"caches", "appcaches", "logs", "xcode", "dev"};
 
 // Per category id, the home-relative paths it must offer after measuring.
@@ -97,7 +100,13 @@ inline JunkHome makeMacJunkHome(FakeHome& home) {
 
 // Every Smart Clean location of a Linux home, plus traps.
 inline JunkHome makeLinuxJunkHome(FakeHome& home) {
-  return stockJunkHome(
+  // A snap's "current" names its revision's folder; a link leading anywhere else is no way in.
+  home.folder("snap/firefox");
+  home.folder("snap/rogue");
+  home.file("outside/.cache/precious", junkFileSize);
+  std::filesystem::create_directory_symlink("1234", home / "snap/firefox/current");
+  std::filesystem::create_directory_symlink(home / "outside", home / "snap/rogue/current");
+  JunkHome layout = stockJunkHome(
       home,
       {"caches:.cache/pip|/http/wheel", "caches:.cache/mesa_shader_cache|/index", "caches:.cache/.hidden-tool|/state",
        "caches:.cache/thumbnail.png", ".cache/.DS_Store", ".cache/huggingface/model.bin", ".cache/torch/model.bin",
@@ -112,11 +121,22 @@ inline JunkHome makeLinuxJunkHome(FakeHome& home) {
        ".cargo/bin/cargo", "trash:.local/share/Trash/files/old report.txt",
        "trash:.local/share/Trash/files/Old Folder|/inside.txt", ".local/share/Trash/info/old report.txt.trashinfo",
        "installers:Downloads/Setup.dmg", "installers:Downloads/tool.deb", "installers:Downloads/fedora.RPM",
-       "installers:Downloads/Editor.AppImage", "installers:Downloads/Installer.MPKG", "Downloads/archive.pkg.zip",
-       "Downloads/notes.txt",
+       "installers:Downloads/Installer.MPKG", "Downloads/archive.pkg.zip", "Downloads/notes.txt",
        // The macOS places are nothing on Linux.
        "Library/Logs/install.log", "Library/Caches/com.apple.Safari/Cache.db",
-       "Library/Developer/Xcode/DerivedData/MyApp-abcdef/Build/app", ".Trash/mac-trash.txt"});
+       "Library/Developer/Xcode/DerivedData/MyApp-abcdef/Build/app", ".Trash/mac-trash.txt",
+       // Flatpak and Snap apps keep their caches in their own folders; only the cache goes.
+       "appcaches:.var/app/org.mozilla.firefox/cache|/fontconfig/x", ".var/app/org.mozilla.firefox/data/keep.db",
+       ".var/app/org.gimp.GIMP/config/gimprc", "appcaches:snap/firefox/common/.cache|/mozilla/x",
+       "appcaches:snap/firefox/1234/.cache|/thumbnails/x", "snap/firefox/1234/.mozilla/profile.db",
+       "snap/firefox/1233/.cache/an-older-revision",
+       // Logs apps write afresh, beside the ones in use.
+       ".xsession-errors", "logs:.npm/_logs|/2024-01-01-debug-0.log", "logs:.local/share/xorg/Xorg.0.log.old",
+       ".local/share/xorg/Xorg.0.log", "logs:.config/Code/logs/20240101T100000|/main.log",
+       // pnpm's store where pnpm puts it on Linux; an AppImage is an app, not an installer.
+       "dev:.local/share/pnpm/store|/v3/files/00/blob", "Downloads/Editor.AppImage"});
+  layout.kept.insert("outside/.cache/precious");
+  return layout;
 }
 
 // Runs tidewarden with one platform's table ("macos" or "linux") and, if given, another

@@ -49,6 +49,9 @@ TEST(LargeFilesLinux, SortsFilesIntoGroupsByPlaceNameAndAgeAndTicksOnlyInstaller
   home.file("code/web/package.json", 10);
   kept(home, "code/web/node_modules/pkg/dependency.apk", 1, 1);
   kept(home, "code/web/.git/objects/pack/packed.apk", 1, 1);
+  home.file("code/engine/CMakeLists.txt", 10);
+  home.file("code/engine/cmake-build-debug/CMakeCache.txt", 10);
+  kept(home, "code/engine/cmake-build-debug/app.apk", 1, 1);
   kept(home, ".ollama/models/blobs/model.apk", 1, 1);
 
   const auto result = scanLinux(home);

@@ -1,0 +1,7 @@
+#include "core/platform_words.h"
+
+namespace tw {
+
+const PlatformWords& platformWords() { return linuxWords(); }
+
+}  // namespace tw
