@@ -10,13 +10,22 @@
 namespace tw {
 namespace {
 
+// The disk scanner's guard inside the home folder, reached from the home folder; a cache
+// the user keeps elsewhere ($XDG_CACHE_HOME outside the home folder) from that folder, as
+// the removal guard allows.
+std::optional<RemovalStart> removalStartOf(const std::string& path, const Context& context) {
+  if (DevSafety::deepInsideHome(path, context.home)) return RemovalStart{context.home, path};
+  if (path.starts_with(context.home + "/")) return std::nullopt;
+  return DevSafety::removalStart(path, context);
+}
+
 ActionOutcome removeIfUnchanged(const JunkItem& item, const std::map<std::string, FileIdentity>& identities,
                                 const Context& context) {
   const auto measured = identities.find(item.path);
   if (measured == identities.end()) return ActionOutcome::failure("replaced since it was measured");
-  // The disk scanner's guard: inside the home folder only, reached from the home folder.
-  if (!DevSafety::deepInsideHome(item.path, context.home)) return ActionOutcome::failure("could not be deleted");
-  const AnchoredRemoval removal = removeBeneath(context.home, item.path, measured->second);
+  const auto start = removalStartOf(item.path, context);
+  if (!start) return ActionOutcome::failure("outside the folders it may delete from, so it was left alone");
+  const AnchoredRemoval removal = removeBeneath(start->top, start->path, measured->second);
   if (removal.error == std::error_code(ESTALE, std::generic_category()) && removal.freed == 0) {
     return ActionOutcome::failure("replaced since it was measured");
   }
@@ -51,7 +60,7 @@ JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
     for (std::size_t index = 0; index < items.size(); ++index) {
       const ActionOutcome& result = report.outcomes[index];
       if (result.status == ActionOutcome::Status::done) ++outcome.deleted;
-      if (!result.succeeded()) outcome.failed.push_back(items[index].path);
+      if (!result.succeeded()) outcome.failed.push_back({items[index].path, result.reason});
     }
     outcome.freed += report.freed;
   }
