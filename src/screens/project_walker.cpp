@@ -11,6 +11,7 @@
 #include "fs/file_io.h"
 #include "fs/path.h"
 #include "fs/regular_file.h"
+#include "fs/trash_folder.h"
 #include "fs/usage.h"
 #include "screens/projects.h"
 
@@ -45,7 +46,8 @@ void discoverIn(const std::string& folder, int depth, const std::stop_token& sto
   }
   if (depth >= discoveryDepth) return;
   for (const auto& entry : *entries) {
-    if (searchedForProjects(entry)) discoverIn(joinPath(folder, entry.name), depth + 1, stop, home, found, seen);
+    if (searchedForProjects(entry) && !isTrashFolder(folder, entry.name))
+      discoverIn(joinPath(folder, entry.name), depth + 1, stop, home, found, seen);
   }
 }
 
@@ -74,7 +76,7 @@ class ArtifactWalk {
       found_.push_back({folder, {}});
     }
     for (const auto& entry : *entries) {
-      if (!entry.isDir || entry.name == ".git") continue;
+      if (!entry.isDir || entry.name == ".git" || isTrashFolder(folder, entry.name)) continue;
       std::string path = joinPath(folder, entry.name);
       if (const auto* rule = Projects::match(entry.name, siblings, path)) {
         found_[project].artifacts.push_back({std::move(path), rule->hint});
