@@ -10,20 +10,20 @@
 #include "core/text.h"
 #include "fs/file_io.h"
 #include "fs/path.h"
-#include "fs/regular_file.h"
 #include "fs/trash_folder.h"
 #include "fs/usage.h"
+#include "screens/git_dirs.h"
 #include "screens/projects.h"
 
 namespace tw {
 namespace {
 
-constexpr std::size_t maxGitFileBytes = 64 * 1024;
-
 constexpr int discoveryDepth = 6;  // project folders are looked for this many levels down
 constexpr int artifactDepth = 9;   // the walk inside a project descends past this level no further
 
 bool isProject(const std::vector<FolderEntry>& entries) {
+  // A bare repository holds no project files, but it is where its worktrees are kept.
+  if (isGitDirectory(entries)) return true;
   for (const auto& entry : entries) {
     if (entry.name == ".git" || Projects::manifests().contains(entry.name)) return true;
   }
@@ -98,29 +98,6 @@ std::optional<Date> modificationTime(const std::string& path) {
   return dateFromSeconds(static_cast<std::int64_t>(info.st_mtime));
 }
 
-// The git directory a ".git" file names on its "gitdir:" line; relative to the project.
-std::optional<std::string> gitDirFromFile(const std::string& root, const std::string& file) {
-  // A ".git" file holds one line; anything else in its place is not a repository link.
-  const auto text = readRegularFile(file, maxGitFileBytes);
-  if (!text) return std::nullopt;
-  for (const auto& line : splitLines(*text)) {
-    if (!line.starts_with("gitdir:")) continue;
-    const std::string target = trimmed(std::string_view(line).substr(7));
-    if (target.empty()) return std::nullopt;
-    return target.front() == '/' ? target : joinPath(root, target);
-  }
-  return std::nullopt;
-}
-
-std::optional<std::string> gitDirectory(const std::string& root) {
-  const std::string dotGit = joinPath(root, ".git");
-  struct stat info {};
-  if (::lstat(dotGit.c_str(), &info) != 0) return std::nullopt;
-  if (S_ISDIR(info.st_mode)) return dotGit;
-  if (S_ISREG(info.st_mode)) return gitDirFromFile(root, dotGit);
-  return std::nullopt;
-}
-
 }  // namespace
 
 std::vector<std::string> Projects::discover(const std::vector<std::string>& roots, std::stop_token stop,
@@ -139,7 +116,7 @@ std::vector<Projects::Found> Projects::artifacts(const std::string& root, std::s
 std::optional<Date> Projects::lastActive(const std::string& root) {
   // A ".git" file whose "gitdir:" line is missing or leads nowhere is no better than no
   // repository at all: the folder's own time stands in for it.
-  if (const auto gitDir = gitDirectory(root)) {
+  if (const auto gitDir = gitDirectoryOf(root)) {
     if (auto date = modificationTime(joinPath(*gitDir, "index"))) return date;
     if (auto date = modificationTime(joinPath(*gitDir, "HEAD"))) return date;
   }
