@@ -38,7 +38,7 @@ bool searchedForProjects(const FolderEntry& entry) {
 void discoverIn(const std::string& folder, int depth, const std::stop_token& stop, const std::string& home,
                 std::vector<std::string>& found, std::unordered_set<std::string>& seen) {
   if (stop.stop_requested()) return;
-  const auto entries = listFolder(folder);
+  const auto entries = depth == 0 ? listRootFolder(folder) : listFolder(folder);
   if (!entries) return;
   if (isProject(*entries) && (home.empty() || standardizePath(folder) != home)) {
     if (seen.insert(folder).second) found.push_back(folder);
@@ -65,7 +65,7 @@ class ArtifactWalk {
  private:
   void walk(const std::string& folder, int depth, std::size_t project) {
     if (stop_.stop_requested()) return;
-    const auto entries = listFolder(folder);
+    const auto entries = folder == root_ ? listRootFolder(folder) : listFolder(folder);
     if (!entries) return;
     Projects::Names siblings;
     siblings.reserve(entries->size());

@@ -190,7 +190,8 @@ std::vector<Repository> repositories(const Context& context) {
     if (!isFolder(common + "/worktrees")) continue;
     const bool linked = common != *gitDir;
     Repository repo{linked ? mainFolderOf(common) : project, common};
-    const auto [known, added] = byGitDir.try_emplace(common, repos.size());
+    // A worktree records its repository's real path; the search may reach it through a link.
+    const auto [known, added] = byGitDir.try_emplace(resolvedPath(common).value_or(common), repos.size());
     if (added) {
       repos.push_back(std::move(repo));
     } else if (!linked) {
