@@ -77,17 +77,24 @@ std::vector<AllowedRoot> allowedRoots(const Context& context) {
   if (context.settings) {
     for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.push_back({root, 2});
   }
-  // A base folder set to the home folder, a project root or a folder holding one would
-  // let what lies directly inside those go: the stricter rule of those roots stands.
+  // A base folder is a root of its own only apart from the others. Set to the home folder, a
+  // project root or a folder holding one, it would let what lies directly inside those go;
+  // inside one of them, that root already allows its entries and removal starts from it,
+  // following no link on the way (a base folder inside the home folder could be swapped for
+  // a link by anyone who can write there).
   const std::size_t strictRoots = roots.size();
   for (auto& base : userBaseFolders(context)) {
-    const std::string resolved = resolvedRoot(base.path);
-    const bool holdsAStricterRoot = std::any_of(roots.begin(), roots.begin() + static_cast<std::ptrdiff_t>(strictRoots),
-                                                [&](const AllowedRoot& root) {
-                                                  return isSameOrInside(resolvedRoot(root.path), resolved) ||
-                                                         isSameOrInside(standardizePath(root.path), resolved);
-                                                });
-    if (!holdsAStricterRoot) roots.push_back(std::move(base));
+    const std::string written = standardizePath(base.path), resolved = resolvedRoot(base.path);
+    const bool related = std::any_of(
+        roots.begin(), roots.begin() + static_cast<std::ptrdiff_t>(strictRoots), [&](const AllowedRoot& root) {
+          for (const auto& rootPath : {standardizePath(root.path), resolvedRoot(root.path)}) {
+            for (const auto& basePath : {written, resolved}) {
+              if (isSameOrInside(rootPath, basePath) || isSameOrInside(basePath, rootPath)) return true;
+            }
+          }
+          return false;
+        });
+    if (!related) roots.push_back(std::move(base));
   }
   return roots;
 }

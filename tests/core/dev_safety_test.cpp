@@ -124,6 +124,30 @@ TEST(DevSafety, BaseFoldersTheUserKeepsElsewhereAllowWhatLiesInsideThem) {
   EXPECT_EQ(start->path, cache / "pip");
 }
 
+TEST(DevSafety, ABaseFolderInsideTheHomeFolderThatIsALinkIsNoRootUntilTheUserNamesWhereItLeads) {
+  FakeHome home;
+  TempFolder disk;
+  makeFolders(disk / "cache/pip");
+  link(disk / "cache", home / ".cache");
+  const auto withCacheAt = [&](const std::string& folder) {
+    Environment env = home.context().env;
+    env["XDG_CACHE_HOME"] = folder;
+    Context context = home.context(env);
+    context.cacheHome = folder;
+    return context;
+  };
+
+  // ~/.cache could have been swapped for that link by anyone who can write in the home folder.
+  const Context inside = withCacheAt(home / ".cache");
+  EXPECT_FALSE(DevSafety::removalStart(home / ".cache/pip", inside));
+  EXPECT_FALSE(DevSafety::canRemove(disk / "cache/pip", inside));
+
+  const Context named = withCacheAt(disk / "cache");
+  const auto start = DevSafety::removalStart(disk / "cache/pip", named);
+  ASSERT_TRUE(start);
+  EXPECT_EQ(start->top, disk / "cache");
+}
+
 TEST(DevSafety, ABaseFolderSetToTheHomeFolderOrAboveItOrASystemFolderAllowsNothingMore) {
   FakeHome home;
   TempFolder projects;
