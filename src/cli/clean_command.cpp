@@ -65,9 +65,11 @@ void printPreview(const SafeJunk& safe, bool dryRun) {
 void printSummary(const JunkCleanOutcome& outcome, const std::string& home) {
   std::printf("Freed %s from %s.\n", byteFormatter(outcome.freed).c_str(), plural(outcome.deleted, "item").c_str());
   if (outcome.failed.empty()) return;
-  std::printf("\n%s could not be fully deleted (in use or protected):\n",
+  std::printf("\n%s could not be fully deleted:\n",
               plural(static_cast<std::int64_t>(outcome.failed.size()), "item").c_str());
-  for (const auto& path : outcome.failed) std::printf("  %s\n", terminalText(tilde(path, home)).c_str());
+  for (const auto& [path, reason] : outcome.failed) {
+    std::printf("  %s: %s\n", terminalText(tilde(path, home)).c_str(), terminalText(reason).c_str());
+  }
 }
 
 JunkCleanOutcome clean(const SafeJunk& safe, const JunkScanResult& scan, bool quiet, const Context& context) {
@@ -112,13 +114,17 @@ int cleanCommand(const Args& args, const Context& context) {
 
   const JunkCleanOutcome outcome = clean(safe, scan, args.json(), context);
   if (args.json()) {
-    nlohmann::json failed = nlohmann::json::array();
-    for (const auto& path : outcome.failed) failed.push_back(validUtf8(path));
+    nlohmann::json failed = nlohmann::json::array(), reasons = nlohmann::json::array();
+    for (const auto& [path, reason] : outcome.failed) {
+      failed.push_back(validUtf8(path));
+      reasons.push_back({{"path", validUtf8(path)}, {"reason", validUtf8(reason)}});
+    }
     emit({{"dryRun", false},
           {"confirmed", true},
           {"freed", outcome.freed},
           {"deleted", outcome.deleted},
-          {"failed", failed}});
+          {"failed", failed},
+          {"failures", reasons}});
   } else {
     printSummary(outcome, context.home);
   }

@@ -1,5 +1,6 @@
 #include "core/dev_safety.h"
 
+#include <algorithm>
 #include <vector>
 
 #include "core/settings.h"
@@ -41,15 +42,59 @@ std::size_t componentCount(std::string_view rest) {
   return count;
 }
 
-bool deepEnoughBelow(const std::string& path, const std::string& root) {
+bool deepEnoughBelow(const std::string& path, const std::string& root, std::size_t depth = 2) {
   const std::string prefix = root == "/" ? root : root + "/";
-  return path.starts_with(prefix) && componentCount(std::string_view(path).substr(prefix.size())) >= 2;
+  return path.starts_with(prefix) && componentCount(std::string_view(path).substr(prefix.size())) >= depth;
 }
 
-std::vector<std::string> allowedRoots(const Context& context) {
-  std::vector<std::string> roots{context.home};
+// A folder removals may start from, and how many pieces below it an item must lie.
+struct AllowedRoot {
+  std::string path;
+  std::size_t depth = 2;
+};
+
+// The XDG base folders the user set in the environment. Each stands where ~/.cache or
+// ~/.local/share stands by default, so what lies directly inside it is as far from the
+// user's own files as ~/.cache/pip is.
+std::vector<AllowedRoot> userBaseFolders(const Context& context) {
+  const std::pair<const char*, const std::string*> folders[] = {{"XDG_CACHE_HOME", &context.cacheHome},
+                                                                {"XDG_DATA_HOME", &context.dataHome},
+                                                                {"XDG_CONFIG_HOME", &context.configHome},
+                                                                {"XDG_STATE_HOME", &context.stateHome}};
+  std::vector<AllowedRoot> roots;
+  for (const auto& [variable, folder] : folders) {
+    if (context.env.contains(variable) && folder->starts_with('/')) roots.push_back({*folder, 1});
+  }
+  return roots;
+}
+
+bool isSameOrInside(const std::string& path, const std::string& folder) {
+  return path == folder || path.starts_with(folder == "/" ? folder : folder + "/");
+}
+
+std::vector<AllowedRoot> allowedRoots(const Context& context) {
+  std::vector<AllowedRoot> roots{{context.home, 2}};
   if (context.settings) {
-    for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.push_back(root);
+    for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.push_back({root, 2});
+  }
+  // A base folder is a root of its own only apart from the others. Set to the home folder, a
+  // project root or a folder holding one, it would let what lies directly inside those go;
+  // inside one of them, that root already allows its entries and removal starts from it,
+  // following no link on the way (a base folder inside the home folder could be swapped for
+  // a link by anyone who can write there).
+  const std::size_t strictRoots = roots.size();
+  for (auto& base : userBaseFolders(context)) {
+    const std::string written = standardizePath(base.path), resolved = resolvedRoot(base.path);
+    const bool related = std::any_of(
+        roots.begin(), roots.begin() + static_cast<std::ptrdiff_t>(strictRoots), [&](const AllowedRoot& root) {
+          for (const auto& rootPath : {standardizePath(root.path), resolvedRoot(root.path)}) {
+            for (const auto& basePath : {written, resolved}) {
+              if (isSameOrInside(rootPath, basePath) || isSameOrInside(basePath, rootPath)) return true;
+            }
+          }
+          return false;
+        });
+    if (!related) roots.push_back(std::move(base));
   }
   return roots;
 }
@@ -66,13 +111,13 @@ std::optional<RemovalStart> allowingRoot(const std::string& path, const Context&
   if (pathExists(target + "/.git")) return std::nullopt;
 
   std::optional<RemovalStart> deepest;
-  for (const auto& root : allowedRoots(context)) {
+  for (const auto& [root, depth] : allowedRoots(context)) {
     const std::string written = standardizePath(root), resolved = resolvedRoot(root);
-    if (isSystemFolder(written) || isSystemFolder(resolved) || !deepEnoughBelow(target, resolved)) continue;
+    if (isSystemFolder(written) || isSystemFolder(resolved) || !deepEnoughBelow(target, resolved, depth)) continue;
     // From the root as the path spells it where it can; else what the path really names,
     // from the root as it really is.
-    RemovalStart start =
-        deepEnoughBelow(standardized, written) ? RemovalStart{written, standardized} : RemovalStart{resolved, target};
+    RemovalStart start = deepEnoughBelow(standardized, written, depth) ? RemovalStart{written, standardized}
+                                                                       : RemovalStart{resolved, target};
     if (!deepest || start.top.size() > deepest->top.size()) deepest = std::move(start);
   }
   return deepest;

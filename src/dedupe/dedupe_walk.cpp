@@ -15,6 +15,7 @@
 #include "fs/file_io.h"
 #include "fs/path.h"
 #include "fs/root_skips.h"
+#include "fs/trash_folder.h"
 #include "fs/usage.h"
 
 namespace tw::dedupe {
@@ -68,7 +69,7 @@ class Walker {
   }
 
   bool skipsFolder(const std::string& parent, const std::string& name, const std::string& path) const {
-    if (name == ".git" || name == ".Trash") return true;
+    if (name == ".git" || isTrashFolder(parent, name)) return true;
     if (isPackageFolder(name)) return true;
     if (path == homeLibrary_) return true;
     return parent == "/" && rootSkipFolders().contains(path);

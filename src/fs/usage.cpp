@@ -1,5 +1,6 @@
 #include "fs/usage.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include "fs/bulk_list.h"
@@ -62,8 +63,9 @@ Usage measureTree(const std::string& path, bool wantFreeable, std::stop_token st
 
 }  // namespace
 
-std::optional<std::vector<FolderEntry>> listFolder(const std::string& path) {
-  const UniqueFd folder = openFolder(path);
+namespace {
+
+std::optional<std::vector<FolderEntry>> listOpenFolder(const UniqueFd& folder) {
   if (!folder) return std::nullopt;
   std::vector<FolderEntry> entries;
   const auto error = readFolder(folder.get(), mayShareExtents(folder.get()), [&](const ListedEntry& entry) {
@@ -71,6 +73,14 @@ std::optional<std::vector<FolderEntry>> listFolder(const std::string& path) {
   });
   if (error) return std::nullopt;
   return entries;
+}
+
+}  // namespace
+
+std::optional<std::vector<FolderEntry>> listFolder(const std::string& path) { return listOpenFolder(openFolder(path)); }
+
+std::optional<std::vector<FolderEntry>> listRootFolder(const std::string& path) {
+  return listOpenFolder(UniqueFd{::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOCTTY)});
 }
 
 Usage usageOf(const std::string& path, std::stop_token stop) { return measureTree(path, true, std::move(stop)); }

@@ -29,6 +29,10 @@ struct FolderEntry {
 // Every readable entry of a folder in listing order; nothing when it cannot be opened.
 // Never follows a symbolic link, also not for `path` itself.
 [[nodiscard]] std::optional<std::vector<FolderEntry>> listFolder(const std::string& path);
+// The same for the folder a search starts from: a link there (a project root, ~/.cache or
+// ~/Downloads kept on another disk) is followed, once, at the root; the entries below it
+// are reported as listFolder reports them, so a walk follows no link further down.
+[[nodiscard]] std::optional<std::vector<FolderEntry>> listRootFolder(const std::string& path);
 
 // What a path takes on disk, links not followed and other file systems included; a
 // multiply-linked file counts in the size every time and never as freeable. A stop

@@ -1,4 +1,7 @@
 #include "junk/junk_cleaner.h"
+
+#include <sys/stat.h>
+
 #include <cerrno>
 
 #include "core/dev_safety.h"
@@ -10,13 +13,46 @@
 namespace tw {
 namespace {
 
+bool isLink(const std::string& path) {
+  struct stat info {};
+  return ::lstat(path.c_str(), &info) == 0 && S_ISLNK(info.st_mode);
+}
+
+// The first link on the way from the home folder down to `path`, if any.
+std::optional<std::string> linkOnTheWay(const std::string& path, const std::string& home) {
+  std::optional<std::string> link;
+  for (std::string folder = parentPath(path); folder.size() > home.size(); folder = parentPath(folder)) {
+    if (isLink(folder)) link = folder;
+  }
+  return link;
+}
+
+// The disk scanner's guard inside the home folder, reached from the home folder; a cache
+// the user keeps elsewhere ($XDG_CACHE_HOME outside the home folder) from that folder, as
+// the removal guard allows.
+std::optional<RemovalStart> removalStartOf(const std::string& path, const Context& context) {
+  if (DevSafety::deepInsideHome(path, context.home)) return RemovalStart{context.home, path};
+  if (path.starts_with(context.home + "/")) return std::nullopt;
+  return DevSafety::removalStart(path, context);
+}
+
 ActionOutcome removeIfUnchanged(const JunkItem& item, const std::map<std::string, FileIdentity>& identities,
                                 const Context& context) {
   const auto measured = identities.find(item.path);
   if (measured == identities.end()) return ActionOutcome::failure("replaced since it was measured");
-  // The disk scanner's guard: inside the home folder only, reached from the home folder.
-  if (!DevSafety::deepInsideHome(item.path, context.home)) return ActionOutcome::failure("could not be deleted");
-  const AnchoredRemoval removal = removeBeneath(context.home, item.path, measured->second);
+  const auto start = removalStartOf(item.path, context);
+  if (!start) return ActionOutcome::failure("outside the folders it may delete from, so it was left alone");
+  // A folder the listing reached through a link (~/.cache kept on another disk) is never
+  // removed from the home folder: anyone could have put that link there. The user names
+  // the folder it leads to, and it becomes a root of its own.
+  if (start->top == context.home) {
+    if (const auto link = linkOnTheWay(item.path, context.home)) {
+      return ActionOutcome::failure("it is reached through the link " + tildePath(*link, context.home) +
+                                    ", which removals never follow; name the folder it leads to in XDG_CACHE_HOME "
+                                    "(or the XDG variable for that folder) to clean it");
+    }
+  }
+  const AnchoredRemoval removal = removeBeneath(start->top, start->path, measured->second);
   if (removal.error == std::error_code(ESTALE, std::generic_category()) && removal.freed == 0) {
     return ActionOutcome::failure("replaced since it was measured");
   }
@@ -51,7 +87,7 @@ JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
     for (std::size_t index = 0; index < items.size(); ++index) {
       const ActionOutcome& result = report.outcomes[index];
       if (result.status == ActionOutcome::Status::done) ++outcome.deleted;
-      if (!result.succeeded()) outcome.failed.push_back(items[index].path);
+      if (!result.succeeded()) outcome.failed.push_back({items[index].path, result.reason});
     }
     outcome.freed += report.freed;
   }

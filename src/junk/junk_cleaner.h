@@ -16,15 +16,22 @@ namespace tw {
 inline constexpr const char* junkHistoryCategory = "Smart Clean";
 inline constexpr const char* junkRestoreHint = "Rebuilt automatically by the app that made it";
 
+// A path that was not (fully) removed, and why, in the user's words.
+struct JunkFailure {
+  std::string path;
+  std::string reason;
+};
+
 struct JunkCleanOutcome {
   std::int64_t freed = 0;
   std::int64_t deleted = 0;
-  std::vector<std::string> failed;  // paths not (fully) removed, in the order tried
+  std::vector<JunkFailure> failed;  // in the order tried
 };
 
 // Deletes every item of the given categories, one after another, through the removal
-// service and the disk scanner's guarded removal (inside the home folder only, no links
-// followed, no other file system entered). An item whose path no longer names what was
+// service and the disk scanner's guarded removal (inside the home folder, or below an XDG
+// base folder the user set elsewhere as the removal guard allows; no links followed, no
+// other file system entered). An item whose path no longer names what was
 // measured (it was replaced, say by a link or a file) is left alone and counts as failed;
 // one that has vanished is skipped. A failure never stops the run. Each category that
 // freed something gets one history entry. `progress` is told each path before it is removed.

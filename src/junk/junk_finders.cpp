@@ -19,7 +19,7 @@ constexpr const char* folderViewSettings = ".DS_Store";
 
 // What `kids` returns, or nothing when the folder cannot be listed (some callers say why).
 std::optional<std::vector<std::string>> listedKids(const std::string& folder, const JunkFinders::NameFilter& where) {
-  const auto entries = listFolder(folder);
+  const auto entries = listRootFolder(folder);
   if (!entries) return std::nullopt;
   std::vector<std::string> paths;
   for (const auto& entry : *entries) {
@@ -33,7 +33,7 @@ std::optional<std::vector<std::string>> listedKids(const std::string& folder, co
 void walkForCacheFolders(const std::string& folder, int depth, const std::set<std::string>& names, int maxDepth,
                          const std::stop_token& stop, std::vector<std::string>& found) {
   if (depth > maxDepth || stop.stop_requested()) return;
-  const auto entries = listFolder(folder);
+  const auto entries = depth == 1 ? listRootFolder(folder) : listFolder(folder);  // the walk starts at 1
   if (!entries) return;
   for (const auto& entry : *entries) {
     if (!entry.isDir) continue;

@@ -10,15 +10,14 @@
 #include "core/text.h"
 #include "fs/file_io.h"
 #include "fs/path.h"
-#include "fs/regular_file.h"
+#include "fs/trash_folder.h"
 #include "fs/usage.h"
+#include "screens/git_dirs.h"
 #include "screens/project_kinds.h"
 #include "screens/projects.h"
 
 namespace tw {
 namespace {
-
-constexpr std::size_t maxGitFileBytes = 64 * 1024;
 
 constexpr int discoveryDepth = 6;  // project folders are looked for this many levels down
 constexpr int artifactDepth = 9;   // the walk inside a project descends past this level no further
@@ -33,6 +32,8 @@ bool isManifest(const FolderEntry& entry) {
 }
 
 bool isProject(const std::vector<FolderEntry>& entries) {
+  // A bare repository holds no project files, but it is where its worktrees are kept.
+  if (isGitDirectory(entries)) return true;
   for (const auto& entry : entries) {
     if (entry.name == ".git" || isManifest(entry)) return true;
   }
@@ -55,7 +56,7 @@ bool searchedForProjects(const FolderEntry& entry) {
 void discoverIn(const std::string& folder, int depth, const std::stop_token& stop, const std::string& home,
                 std::vector<std::string>& found, std::unordered_set<std::string>& seen) {
   if (stop.stop_requested() || (depth > 0 && skippedBelowHome(folder, home))) return;
-  const auto entries = listFolder(folder);
+  const auto entries = depth == 0 ? listRootFolder(folder) : listFolder(folder);
   if (!entries) return;
   if (isProject(*entries) && (home.empty() || standardizePath(folder) != home)) {
     if (seen.insert(folder).second) found.push_back(folder);
@@ -63,7 +64,8 @@ void discoverIn(const std::string& folder, int depth, const std::stop_token& sto
   }
   if (depth >= discoveryDepth) return;
   for (const auto& entry : *entries) {
-    if (searchedForProjects(entry)) discoverIn(joinPath(folder, entry.name), depth + 1, stop, home, found, seen);
+    if (searchedForProjects(entry) && !isTrashFolder(folder, entry.name))
+      discoverIn(joinPath(folder, entry.name), depth + 1, stop, home, found, seen);
   }
 }
 
@@ -81,7 +83,7 @@ class ArtifactWalk {
  private:
   void walk(const std::string& folder, int depth, std::size_t project) {
     if (stop_.stop_requested()) return;
-    const auto entries = listFolder(folder);
+    const auto entries = folder == root_ ? listRootFolder(folder) : listFolder(folder);
     if (!entries) return;
     Projects::Names siblings;
     siblings.reserve(entries->size());
@@ -92,7 +94,7 @@ class ArtifactWalk {
       found_.push_back({folder, {}});
     }
     for (const auto& entry : *entries) {
-      if (!entry.isDir || entry.name == ".git") continue;
+      if (!entry.isDir || entry.name == ".git" || isTrashFolder(folder, entry.name)) continue;
       std::string path = joinPath(folder, entry.name);
       if (const auto* rule = Projects::match(entry.name, siblings, path)) {
         found_[project].artifacts.push_back({std::move(path), rule->hint});
@@ -114,29 +116,6 @@ std::optional<Date> modificationTime(const std::string& path) {
   return dateFromSeconds(static_cast<std::int64_t>(info.st_mtime));
 }
 
-// The git directory a ".git" file names on its "gitdir:" line; relative to the project.
-std::optional<std::string> gitDirFromFile(const std::string& root, const std::string& file) {
-  // A ".git" file holds one line; anything else in its place is not a repository link.
-  const auto text = readRegularFile(file, maxGitFileBytes);
-  if (!text) return std::nullopt;
-  for (const auto& line : splitLines(*text)) {
-    if (!line.starts_with("gitdir:")) continue;
-    const std::string target = trimmed(std::string_view(line).substr(7));
-    if (target.empty()) return std::nullopt;
-    return target.front() == '/' ? target : joinPath(root, target);
-  }
-  return std::nullopt;
-}
-
-std::optional<std::string> gitDirectory(const std::string& root) {
-  const std::string dotGit = joinPath(root, ".git");
-  struct stat info {};
-  if (::lstat(dotGit.c_str(), &info) != 0) return std::nullopt;
-  if (S_ISDIR(info.st_mode)) return dotGit;
-  if (S_ISREG(info.st_mode)) return gitDirFromFile(root, dotGit);
-  return std::nullopt;
-}
-
 }  // namespace
 
 std::vector<std::string> Projects::discover(const std::vector<std::string>& roots, std::stop_token stop,
@@ -155,7 +134,7 @@ std::vector<Projects::Found> Projects::artifacts(const std::string& root, std::s
 std::optional<Date> Projects::lastActive(const std::string& root) {
   // A ".git" file whose "gitdir:" line is missing or leads nowhere is no better than no
   // repository at all: the folder's own time stands in for it.
-  if (const auto gitDir = gitDirectory(root)) {
+  if (const auto gitDir = gitDirectoryOf(root)) {
     if (auto date = modificationTime(joinPath(*gitDir, "index"))) return date;
     if (auto date = modificationTime(joinPath(*gitDir, "HEAD"))) return date;
   }

@@ -27,9 +27,9 @@ std::optional<std::string> recordedFolder(const std::string& record) {
 
 }  // namespace
 
-std::string recordedWorktreePath(const std::string& reported, const std::string& repo) {
+std::string recordedWorktreePath(const std::string& reported, const std::string& gitDir) {
   if (reported.find("\xef\xbf\xbd") == std::string::npos || pathExists(reported)) return reported;
-  const std::string records = repo + "/.git/worktrees";
+  const std::string records = gitDir + "/worktrees";
   const auto entries = listFolder(records);
   if (!entries) return reported;
   std::optional<std::string> match;

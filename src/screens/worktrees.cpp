@@ -11,6 +11,7 @@
 #include "fs/file_io.h"
 #include "fs/path.h"
 #include "fs/usage.h"
+#include "screens/git_dirs.h"
 #include "screens/git_output.h"
 #include "screens/git_runner.h"
 #include "screens/projects.h"
@@ -150,24 +151,53 @@ struct RepoWorktrees {
   std::optional<bool> hasRemote;
 };
 
-RepoWorktrees readRepository(const std::string& repo, const std::string& git, const Context& context) {
+// A repository that keeps worktrees: the folder git runs in (its main worktree, or a bare
+// repository itself) and the git directory the worktrees share.
+struct Repository {
+  std::string folder;
+  std::string gitDir;
+};
+
+RepoWorktrees readRepository(const Repository& repo, const std::string& git, const Context& context) {
   std::string why;
-  const auto listed = gitOutput(git, repo, {"worktree", "list", "--porcelain"}, context, why);
+  const auto listed = gitOutput(git, repo.folder, {"worktree", "list", "--porcelain"}, context, why);
   if (!listed) return {};
   auto entries = Worktrees::parse(*listed);
   if (entries.size() < 2) return {};
   RepoWorktrees result;
-  if (const auto remotes = gitOutput(git, repo, {"remote"}, context, why))
+  if (const auto remotes = gitOutput(git, repo.folder, {"remote"}, context, why))
     result.hasRemote = !trimmed(*remotes).empty();
   result.extra.assign(std::make_move_iterator(entries.begin() + 1), std::make_move_iterator(entries.end()));
-  for (auto& entry : result.extra) entry.path = recordedWorktreePath(entry.path, repo);
+  for (auto& entry : result.extra) entry.path = recordedWorktreePath(entry.path, repo.gitDir);
   return result;
 }
 
-std::vector<std::string> repositories(const Context& context) {
-  std::vector<std::string> repos;
+// Where git runs for the repository whose worktrees share `common`: the main worktree
+// beside a ".git" folder, else the bare repository.
+std::string mainFolderOf(const std::string& common) {
+  return lastPathComponent(common) == ".git" ? parentPath(common) : common;
+}
+
+// Each repository with worktrees once, however many of its worktrees the search found: a
+// project whose ".git" is a folder, a file ("gitdir: ./.bare") or a bare repository is
+// the repository itself; a linked worktree leads to the one it belongs to.
+std::vector<Repository> repositories(const Context& context) {
+  std::vector<Repository> repos;
+  std::map<std::string, std::size_t> byGitDir;
   for (const auto& project : Projects::discover(DevSettings::projectRoots(context), context.stop, context.home)) {
-    if (isFolder(project + "/.git/worktrees")) repos.push_back(project);
+    const auto gitDir = gitDirectoryOf(project);
+    if (!gitDir) continue;
+    const std::string common = commonGitDirectory(*gitDir);
+    if (!isFolder(common + "/worktrees")) continue;
+    const bool linked = common != *gitDir;
+    Repository repo{linked ? mainFolderOf(common) : project, common};
+    // A worktree records its repository's real path; the search may reach it through a link.
+    const auto [known, added] = byGitDir.try_emplace(resolvedPath(common).value_or(common), repos.size());
+    if (added) {
+      repos.push_back(std::move(repo));
+    } else if (!linked) {
+      repos[known->second] = std::move(repo);
+    }
   }
   return repos;
 }
@@ -249,7 +279,7 @@ ProviderResult Worktrees::load(const Context& context) {
       pending.size(),
       [&](std::size_t index) {
         const auto& [repo, entry] = pending[index];
-        items[index] = item(*entry, repos[repo], *git, perRepo[repo].hasRemote, context);
+        items[index] = item(*entry, repos[repo].folder, *git, perRepo[repo].hasRemote, context);
       },
       context.stop);
 
@@ -259,7 +289,7 @@ ProviderResult Worktrees::load(const Context& context) {
   }
   std::vector<DevGroupPtr> groups;
   for (auto& [repo, repoItems] : byRepo) {
-    groups.push_back(repositoryGroup(repos[repo], std::move(repoItems), context.home));
+    groups.push_back(repositoryGroup(repos[repo].folder, std::move(repoItems), context.home));
   }
   sortByTotal(groups);
   if (groups.empty()) return {{}, "No extra git worktrees found in your project folders."};

@@ -33,6 +33,10 @@ struct TrashLayout {
   [[nodiscard]] static std::map<std::string, Record> records(const TrashDir& dir, const std::set<std::string>& names,
                                                              const Context& context);
 
+  // Names of entries that `dir` still keeps records of although the entries are gone
+  // (deleted by another program, say): their records are left over.
+  [[nodiscard]] static std::vector<std::string> orphanedRecords(const TrashDir& dir);
+
   // Files that describe one entry; they go when the entry is deleted or put back.
   [[nodiscard]] static std::vector<std::string> companions(const TrashDir& dir, const std::string& name);
 
@@ -44,6 +48,8 @@ struct TrashLayout {
 
   // Asks the system file manager to empty the Trash.
   [[nodiscard]] static FileManagerResult emptyWithFileManager(const Context& context);
+  // What the file manager did, in one sentence for the user (nothing for "unavailable").
+  [[nodiscard]] static std::string fileManagerSentence(FileManagerResult result);
 };
 
 }  // namespace tw

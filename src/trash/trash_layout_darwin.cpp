@@ -70,4 +70,22 @@ TrashLayout::FileManagerResult TrashLayout::emptyWithFileManager(const Context& 
   return FileManagerResult::failed;
 }
 
+// The Finder keeps its put-back records in one .DS_Store per folder, never one per entry.
+std::vector<std::string> TrashLayout::orphanedRecords(const TrashDir&) { return {}; }
+
+std::string TrashLayout::fileManagerSentence(FileManagerResult result) {
+  switch (result) {
+    case FileManagerResult::emptied:
+      return "Finder emptied the Trash.";
+    case FileManagerResult::failed:
+      return "Finder couldn't empty the Trash. Try Finder › Empty Trash.";
+    case FileManagerResult::notAllowed:
+      return "Tidewarden isn't allowed to control Finder. Turn it on in System Settings › Privacy & Security › "
+             "Automation, or empty the Trash from Finder.";
+    case FileManagerResult::unavailable:
+      break;
+  }
+  return {};
+}
+
 }  // namespace tw

@@ -32,17 +32,7 @@ std::string TrashMessages::adminDeleted(std::size_t count, std::int64_t freed, s
 }
 
 std::string TrashMessages::fileManager(TrashLayout::FileManagerResult result) {
-  switch (result) {
-    case TrashLayout::FileManagerResult::emptied:
-      return "Finder emptied the Trash.";
-    case TrashLayout::FileManagerResult::failed:
-      return "Finder couldn't empty the Trash. Try Finder › Empty Trash.";
-    case TrashLayout::FileManagerResult::notAllowed:
-      return "Tidewarden isn't allowed to control Finder. Turn it on in System Settings › Privacy & Security › "
-             "Automation, or empty the Trash from Finder.";
-    case TrashLayout::FileManagerResult::unavailable:
-      break;
-  }
+  if (result != TrashLayout::FileManagerResult::unavailable) return TrashLayout::fileManagerSentence(result);
   return "This system has no file manager that Tidewarden can ask to empty the Trash, so select the items and "
          "delete them here instead.";
 }

@@ -47,7 +47,8 @@ TrashListing readTrashFolder(const TrashDir& dir, const Context& context) {
     }
     if (!entry.isDir) {
       item.size = entry.size;
-      item.freeable = entry.privateSize;
+      // Another name keeps a file with several links on disk: deleting this one frees nothing.
+      item.freeable = entry.links > 1 ? 0 : entry.privateSize;
     }
     listing.items.push_back(std::move(item));
   }

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <optional>
+#include <set>
 #include <system_error>
 
 #include "core/removal_service.h"
@@ -10,6 +11,7 @@
 #include "fs/anchored_remove.h"
 #include "fs/file_flags.h"
 #include "fs/usage.h"
+#include "trash/trash_layout.h"
 #include "trash/trash_paths.h"
 
 namespace tw {
@@ -35,6 +37,19 @@ ActionOutcome removeOne(const TrashItem& item, const TrashDir& dir, const Contex
   if (removal.error) return outcomeOfRemoval(item.name, removal);
   forgetTrashRecords(top, dir, item.name);
   return ActionOutcome::success(removal.wasGone ? 0 : measured);
+}
+
+// Records of entries that some other program deleted say nothing true any more; they go
+// from the Trash folders that this removal worked in.
+void forgetOrphanedRecords(const std::vector<TrashItem>& items, const std::vector<TrashDir>& dirs,
+                           const Context& context) {
+  std::set<std::string> swept;
+  for (const auto& item : items) {
+    const auto dir = containingTrashDir(item.path, dirs);
+    if (!dir || !swept.insert(dir->dir).second) continue;
+    const std::string top = trustedTopOf(*dir, context);
+    for (const auto& name : TrashLayout::orphanedRecords(*dir)) forgetTrashRecords(top, *dir, name);
+  }
 }
 
 }  // namespace
@@ -79,6 +94,7 @@ TrashRemoval removeFromTrash(const std::vector<TrashItem>& items, const std::vec
         break;  // never touched: still in the Trash
     }
   }
+  forgetOrphanedRecords(inTrash, dirs, context);
   return result;
 }
 

@@ -92,7 +92,7 @@ TEST(TrashCommand, JsonHasEveryEntryWithNullsForWhatIsUnknown) {
       EXPECT_EQ(item.at("path"), homeTrashFiles(home) + "/known.txt");
     } else if (item.at("name") == "orphan") {
       EXPECT_TRUE(item.at("origin").is_null());
-      EXPECT_TRUE(item.at("trashed").is_null());
+      EXPECT_TRUE(item.at("trashed").is_string()) << "dated by its change time";
     } else if (item.at("name") == "dir") {
       EXPECT_GE(item.at("size").get<std::int64_t>(), 50'000);
     }

@@ -13,7 +13,9 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
+using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
 using ::testing::StartsWith;
 using ::testing::UnorderedElementsAre;
 
@@ -164,6 +166,56 @@ TEST(WorktreesCommandEmpty, RepositoriesWithoutExtraWorktreesGiveTheNote) {
   const auto output = nlohmann::json::parse(result.out);
   EXPECT_THAT(output["groups"], IsEmpty());
   EXPECT_EQ(output["note"], "No extra git worktrees found in your project folders.");
+}
+
+}  // namespace tw::test
+
+namespace tw::test {
+
+// Coding agents keep a bare clone and check out one worktree per task beside it, or keep
+// the bare clone in ".bare" behind a ".git" file; git itself can keep the repository apart
+// from its files (--separate-git-dir).
+TEST(WorktreesOfEveryLayout, BareRepositoriesAndGitFilesListTheirWorktreesOnce) {
+  FakeHome home;
+  GitSandbox git;
+  const std::string origin = home / "src/origin";
+  git.initRepository(origin);
+  const std::string bare = home / "code/agent.git";
+  git.run(home.path(), {"clone", "--quiet", "--bare", origin, bare});
+  git.run(bare, {"worktree", "add", "--quiet", "-b", "fix", home / "code/agent-tasks/fix"});
+  git.run(bare, {"worktree", "add", "--quiet", "-b", "docs", home / "code/agent-tasks/docs"});
+  const std::string tool = home / "code/tool";
+  git.run(home.path(), {"clone", "--quiet", "--bare", origin, tool + "/.bare"});
+  writeFile(tool + "/.git", "gitdir: ./.bare\n");
+  git.run(tool, {"worktree", "add", "--quiet", "-b", "feature", tool + "/feature"});
+  const std::string apart = home / "code/apart";
+  makeFolders(home / "gitdirs");
+  git.run(home.path(), {"init", "--quiet", "-b", "main", "--separate-git-dir", home / "gitdirs/apart", apart});
+  git.commitFile(apart, "README.md", "apart\n");
+  git.run(apart, {"worktree", "add", "--quiet", "-b", "try", home / "trees/apart-try"});
+
+  const auto result = runTidewarden({"worktrees", "--json"});
+
+  ASSERT_EQ(result.code, 0) << result.err;
+  const auto output = nlohmann::json::parse(result.out);
+  std::map<std::string, std::vector<std::string>> listed;  // group id: worktree ids
+  for (const auto& group : output["groups"]) {
+    for (const auto& item : group["items"]) listed[group["id"]].push_back(item["id"]);
+    std::sort(listed[group["id"]].begin(), listed[group["id"]].end());
+  }
+  EXPECT_EQ(listed, (std::map<std::string, std::vector<std::string>>{
+                        {bare, {home / "code/agent-tasks/docs", home / "code/agent-tasks/fix"}},
+                        {tool, {tool + "/feature"}},
+                        {apart, {home / "trees/apart-try"}},
+                    }))
+      << result.out;
+  // git read each one's state in the repository that owns it, and removes it there.
+  for (const auto& group : output["groups"]) {
+    for (const auto& item : group["items"]) {
+      EXPECT_THAT(summaries({{"items", {item}}}).front(), Not(HasSubstr("state unknown"))) << item.dump();
+      EXPECT_THAT(item["action"].get<std::string>(), StartsWith("git -C " + group["id"].get<std::string>() + " "));
+    }
+  }
 }
 
 }  // namespace tw::test

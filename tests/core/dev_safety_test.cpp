@@ -3,6 +3,7 @@
 
 #include "core/dev_safety.h"
 #include "core/settings.h"
+#include "fs/path.h"
 #include "support/fake_home.h"
 
 namespace tw::test {
@@ -89,6 +90,82 @@ TEST(DevSafety, ConfiguredProjectRootsAllowTheirDeeperFoldersComparedResolved) {
                                        {home / "Code/app/build", true},
                                        {real / "app", false},
                                    });
+}
+
+}  // namespace tw::test
+
+namespace tw::test {
+
+TEST(DevSafety, BaseFoldersTheUserKeepsElsewhereAllowWhatLiesInsideThem) {
+  FakeHome home;
+  TempFolder cache;
+  TempFolder data;
+  makeFolders(cache / "pip/wheels");
+  EXPECT_FALSE(DevSafety::canRemove(cache / "pip", home.context())) << "not a root until the user names it";
+
+  Environment env = home.context().env;
+  env["XDG_CACHE_HOME"] = cache.path();
+  env["XDG_DATA_HOME"] = data.path();
+  Context context = home.context(env);
+  context.cacheHome = cache.path();
+  context.dataHome = data.path();
+  expectJudgements(context, {
+                                {cache / "pip", true},
+                                {cache / "pip/wheels", true},
+                                {data / "Trash", true},
+                                {cache.path(), false},
+                                {cache.path() + "-other/pip", false},
+                                {home / "Documents", false},  // home keeps its own rule
+                                {home / "Library/Caches", true},
+                            });
+  const auto start = DevSafety::removalStart(cache / "pip", context);
+  ASSERT_TRUE(start);
+  EXPECT_EQ(start->top, cache.path());
+  EXPECT_EQ(start->path, cache / "pip");
+}
+
+TEST(DevSafety, ABaseFolderInsideTheHomeFolderThatIsALinkIsNoRootUntilTheUserNamesWhereItLeads) {
+  FakeHome home;
+  TempFolder disk;
+  makeFolders(disk / "cache/pip");
+  link(disk / "cache", home / ".cache");
+  const auto withCacheAt = [&](const std::string& folder) {
+    Environment env = home.context().env;
+    env["XDG_CACHE_HOME"] = folder;
+    Context context = home.context(env);
+    context.cacheHome = folder;
+    return context;
+  };
+
+  // ~/.cache could have been swapped for that link by anyone who can write in the home folder.
+  const Context inside = withCacheAt(home / ".cache");
+  EXPECT_FALSE(DevSafety::removalStart(home / ".cache/pip", inside));
+  EXPECT_FALSE(DevSafety::canRemove(disk / "cache/pip", inside));
+
+  const Context named = withCacheAt(disk / "cache");
+  const auto start = DevSafety::removalStart(disk / "cache/pip", named);
+  ASSERT_TRUE(start);
+  EXPECT_EQ(start->top, disk / "cache");
+}
+
+TEST(DevSafety, ABaseFolderSetToTheHomeFolderOrAboveItOrASystemFolderAllowsNothingMore) {
+  FakeHome home;
+  TempFolder projects;
+  home.context().settings->set("projectRoots", nlohmann::json::array({projects.path()}));
+  makeFolders(projects / "web/src");
+  for (const std::string& base :
+       {home.path(), parentPath(home.path()), projects.path(), std::string("/usr"), std::string("/")}) {
+    Environment env = home.context().env;
+    env["XDG_CACHE_HOME"] = base;
+    Context context = home.context(env);
+    context.cacheHome = base;
+    expectJudgements(context, {
+                                  {home / "Documents", false},
+                                  {projects / "web", false},
+                                  {"/usr/lib", false},
+                                  {"/etc/passwd", false},
+                              });
+  }
 }
 
 }  // namespace tw::test

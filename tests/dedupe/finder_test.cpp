@@ -18,6 +18,7 @@
 #include "fs/unique_fd.h"
 #include "support/fake_home.h"
 #include "support/loop_volume.h"
+#include "support/programs.h"
 
 namespace tw::test {
 namespace {
@@ -71,6 +72,26 @@ TEST(DuplicateFinder, SkipsRepositoriesTrashPackagesLibraryMutableFilesAndCloneT
   const auto listed = runTidewarden({"dedupe", "--json"});
   ASSERT_EQ(listed.code, 0) << listed.err;
   EXPECT_EQ(nlohmann::json::parse(listed.out)["groups"].size(), 2u);  // parsing throws on invalid UTF-8
+}
+
+TEST(DuplicateFinder, NothingInATrashOfEitherLayoutIsOffered) {
+  FakeHome home;
+  if (!isInstalled("trash-put")) GTEST_SKIP() << "trash-put (trash-cli) is not installed";
+  const std::string data = randomBytes(64'000, 21);
+  const auto live = copies(data, {home / "p/a.bin", home / "p/b.bin"});
+  // The home Trash where the XDG default puts it, and where a user's own data folder does.
+  put(home / "p/old.bin", data);
+  ASSERT_EQ(runProcess({"trash-put", home / "p/old.bin"}).code, 0);
+  put(home / "p/older.bin", data);
+  ASSERT_EQ(runProcess({"trash-put", home / "p/older.bin"}, {{"XDG_DATA_HOME", home / "data"}}).code, 0);
+  ASSERT_TRUE(exists(home / ".local/share/Trash/files/old.bin") && exists(home / "data/Trash/files/older.bin"));
+  // A volume's Trash of either freedesktop form.
+  put(home / "p/.Trash-1000/files/c.bin", data);
+  put(home / "p/.Trash/1000/files/d.bin", data);
+  // A folder that only shares the name is searched.
+  const auto named = copies(randomBytes(70'000, 22), {home / "p/Trash/e.bin", home / "p/Trash/files/f.bin"});
+
+  EXPECT_EQ(pathSets(Dedupe::scan({home.path()}, home.path())), (std::set<Paths>{live, named}));
 }
 
 TEST(DuplicateFinder, FilesThatAgreeOnlyInTheirFirst64KiBAreNotASet) {

@@ -56,14 +56,14 @@ TEST(WorktreeList, RealGitDetachedRecordsAndFoldersWhoseNamesAreNotUtf8) {
   git.run(repo, {"worktree", "add", "--quiet", "--detach", home / "detached"});
   EXPECT_THAT(Worktrees::parse(git.run(repo, {"worktree", "list", "--porcelain"})),
               Contains(entry(home / "detached", "detached HEAD")));
-  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), repo), odd);
-  EXPECT_EQ(recordedWorktreePath(odd, repo), odd);
-  EXPECT_EQ(recordedWorktreePath(home / "plain", repo), home / "plain");
-  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), home / "no-repo"), validUtf8(odd));
+  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), repo + "/.git"), odd);
+  EXPECT_EQ(recordedWorktreePath(odd, repo + "/.git"), odd);
+  EXPECT_EQ(recordedWorktreePath(home / "plain", repo + "/.git"), home / "plain");
+  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), home / "no-repo/.git"), validUtf8(odd));
   // Two folders that read the same once decoded: neither record is trusted.
   git.run(repo, {"worktree", "add", "--quiet", "-b", "twin", twin});
   ASSERT_EQ(validUtf8(odd), validUtf8(twin));
-  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), repo), validUtf8(odd));
+  EXPECT_EQ(recordedWorktreePath(validUtf8(odd), repo + "/.git"), validUtf8(odd));
 }
 
 TEST(WorktreeItem, BadgeTonesAndFoldersThatAreGoneOrUnknownToGit) {

@@ -142,19 +142,4 @@ TEST(TrashAdminCommand, RemovesLockedItemsWithOddNamesAndTheirInfoFiles) {
   EXPECT_TRUE(exists(bystander));
 }
 
-TEST(TrashModelEmptyWithFinder, SaysInOneSentenceThatLinuxHasNoSuchThing) {
-  FakeHome home;
-  placeInHomeTrash(home, "a.txt", std::nullopt);
-  LoadedTrash trash(home);
-
-  trash.perform([&](auto done) { trash.model.emptyWithFinder(done); });
-
-  const std::string message = trash.model.message().value_or("");
-  EXPECT_EQ(std::count(message.begin(), message.end(), '.'), 1) << message;
-  EXPECT_TRUE(message.ends_with("."));
-  EXPECT_TRUE(exists(homeTrashFiles(home) + "/a.txt"));
-  EXPECT_TRUE(trash.model.blocked().empty());
-  EXPECT_EQ(trash.model.items().size(), 1u);
-}
-
 }  // namespace tw::test

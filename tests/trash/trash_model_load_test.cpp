@@ -3,7 +3,10 @@
 #include <unistd.h>
 
 #include <atomic>
+#include <map>
 #include <thread>
+
+#include <nlohmann/json.hpp>
 
 #include "trash/trash_fixture.h"
 #include "trash/trash_model.h"
@@ -33,7 +36,7 @@ TEST(TrashModelLoad, ListsTheHomeTrashWithOriginsAndDatesButNotTheFindersOwnFile
   const TrashItem* orphan = itemNamed(items, "orphan.bin");
   ASSERT_NE(orphan, nullptr);
   EXPECT_FALSE(orphan->origin);
-  EXPECT_FALSE(orphan->trashed);
+  EXPECT_TRUE(orphan->trashed) << "dated by its change time";
   ASSERT_NE(itemNamed(items, ".hidden-but-mine"), nullptr);
   EXPECT_FALSE(trash.model.denied());
   std::int64_t total = 0;
@@ -154,6 +157,33 @@ TEST(TrashModelLoad, ResultsArrivingAfterTheModelIsGoneAreDropped) {
   std::this_thread::sleep_for(std::chrono::milliseconds(500));
   queue.drain();
   EXPECT_GT(delivered.load(), 0);
+}
+
+}  // namespace tw::test
+
+namespace tw::test {
+
+TEST(TrashModelLoad, ATrashedFileWithAnotherNameFreesNothing) {
+  FakeHome home;
+  if (!isInstalled("trash-put")) GTEST_SKIP() << "trash-put (trash-cli) is not installed";
+  const std::string kept = home.file("Documents/kept.bin", 64'000);
+  ASSERT_EQ(::link(kept.c_str(), (home / "Documents/linked.bin").c_str()), 0);
+  home.file("Documents/alone.bin", 64'000);
+  trashPut({home / "Documents/linked.bin", home / "Documents/alone.bin"});
+
+  const auto cli = runTidewarden({"trash", "--json"});
+
+  ASSERT_EQ(cli.code, 0) << cli.err;
+  std::map<std::string, std::pair<std::int64_t, std::int64_t>> sizes;  // name: size, freeable
+  const auto listed = nlohmann::json::parse(cli.out);
+  for (const auto& item : listed.at("items")) {
+    sizes[item.at("name").get<std::string>()] = {item.at("size").get<std::int64_t>(),
+                                                 item.at("freeable").get<std::int64_t>()};
+  }
+  ASSERT_EQ(sizes.size(), 2u) << cli.out;
+  EXPECT_GT(sizes["linked.bin"].first, 0);
+  EXPECT_EQ(sizes["linked.bin"].second, 0) << "kept.bin keeps its blocks";
+  EXPECT_EQ(sizes["alone.bin"].second, sizes["alone.bin"].first);
 }
 
 }  // namespace tw::test
