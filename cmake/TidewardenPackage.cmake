@@ -12,8 +12,12 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Loaded at run time rather than linked, so dpkg-shlibdeps cannot see it.
+# Loaded at run time rather than linked, so dpkg-shlibdeps cannot see them: libcurl, and
+# the Qt plugin that draws the window's bundled SVG icons.
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4")
+if(TIDEWARDEN_GUI)
+  string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", libqt6svg6")
+endif()
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
 set(CPACK_DEBIAN_PACKAGE_HOMEPAGE "${PROJECT_HOMEPAGE_URL}")

@@ -1,8 +1,8 @@
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "cli/cli.h"
+#include "cli/window.h"
 #include "core/context.h"
 
 namespace {
@@ -19,9 +19,7 @@ bool startedByDesktop(const std::vector<std::string>& arguments) {
 
 int main(int argc, char** argv) {
   std::vector<std::string> arguments(argv + 1, argv + argc);
-  if (startedByDesktop(arguments)) {
-    std::fputs("tidewarden: the windowed app is not in this build; run 'tidewarden help' for the commands\n", stderr);
-    return 1;
-  }
-  return tw::CLI::run(arguments, tw::Context::fromEnvironment(tw::Context::processEnvironment()));
+  const auto context = tw::Context::fromEnvironment(tw::Context::processEnvironment());
+  if (startedByDesktop(arguments)) return tw::openWindow(argc, argv, context);
+  return tw::CLI::run(arguments, context);
 }

@@ -1,0 +1,67 @@
+#include "app/main_window.h"
+
+#include <QLabel>
+#include <QSplitter>
+#include <QStackedWidget>
+
+#include "app/pane_view.h"
+#include "app/sidebar.h"
+
+namespace tw::app {
+namespace {
+
+// The destinations whose own views come later, each with what it will hold.
+QWidget* placeholder(const QString& line, QWidget* parent) {
+  auto* label = new QLabel(line, parent);
+  label->setAlignment(Qt::AlignCenter);
+  label->setWordWrap(true);
+  label->setForegroundRole(QPalette::PlaceholderText);
+  return label;
+}
+
+}  // namespace
+
+MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
+    : QMainWindow(parent), context_(std::move(context)), panes_(Screens::makePanes(dispatcher, context_)) {
+  setWindowTitle(QStringLiteral("Tidewarden"));
+  setObjectName(QStringLiteral("mainWindow"));
+  sidebar_ = new Sidebar(context_, panes_, this);
+  stack_ = new QStackedWidget(this);
+  addViews();
+
+  auto* splitter = new QSplitter(this);
+  splitter->addWidget(sidebar_);
+  splitter->addWidget(stack_);
+  splitter->setStretchFactor(1, 1);
+  splitter->setSizes({230, 770});
+  splitter->setChildrenCollapsible(false);
+  setCentralWidget(splitter);
+  resize(1000, 680);
+
+  connect(sidebar_, &Sidebar::chosen, this, [this](Pane pane) { showPane(pane); });
+  sidebar_->choose(Pane::overview);
+}
+
+// The views go before the panes they observe; the panes then cancel and join their work.
+MainWindow::~MainWindow() { delete takeCentralWidget(); }
+
+void MainWindow::addViews() {
+  const auto add = [this](Pane pane, QWidget* view) {
+    stack_->addWidget(view);
+    views_[pane] = view;
+  };
+  add(Pane::overview, placeholder(tr("The overview of your disk and every screen's size will be here."), stack_));
+  add(Pane::lens, placeholder(tr("Space Lens will show what fills a folder, as a map of its biggest parts."), stack_));
+  add(Pane::trash, placeholder(tr("The Trash will list what it holds, to restore or remove for good."), stack_));
+  add(Pane::history, placeholder(tr("The history of every removal will be listed here."), stack_));
+  for (const auto& screen : Screens::all()) add(screen.pane, new PaneView(screen, panes_.at(screen.pane), stack_));
+}
+
+void MainWindow::showPane(Pane pane) {
+  QWidget* view = views_.at(pane);
+  stack_->setCurrentWidget(view);
+  sidebar_->choose(pane);
+  if (auto* list = qobject_cast<PaneView*>(view)) list->showFirstTime();
+}
+
+}  // namespace tw::app

@@ -1,0 +1,41 @@
+#pragma once
+
+#include <map>
+#include <memory>
+
+#include <QMainWindow>
+
+#include "core/context.h"
+#include "core/dev_pane.h"
+#include "screens/registry.h"
+
+class QStackedWidget;
+
+namespace tw::app {
+
+class PaneView;
+class Sidebar;
+
+// The window: the sidebar of destinations beside the view of the chosen one. It owns the
+// panes, so their background work ends before the window is gone.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  MainWindow(Context context, Dispatcher dispatcher, QWidget* parent = nullptr);
+  ~MainWindow() override;
+
+  void showPane(Pane pane);
+  [[nodiscard]] const std::map<Pane, std::shared_ptr<DevPane>>& panes() const { return panes_; }
+
+ private:
+  void addViews();
+
+  Context context_;
+  std::map<Pane, std::shared_ptr<DevPane>> panes_;
+  Sidebar* sidebar_ = nullptr;
+  QStackedWidget* stack_ = nullptr;
+  std::map<Pane, QWidget*> views_;
+};
+
+}  // namespace tw::app

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <memory>
+
+#include <QWidget>
+
+#include "core/dev_pane.h"
+#include "screens/registry.h"
+
+class QLabel;
+class QPushButton;
+class QTreeView;
+
+namespace tw::app {
+
+class PaneItemModel;
+
+// One list screen: the title and blurb, the tree of groups and items, the provider's note
+// when there is nothing, and a footer with what is selected and the screen's action.
+class PaneView : public QWidget {
+  Q_OBJECT
+
+ public:
+  PaneView(const DevScreen& screen, std::shared_ptr<DevPane> pane, QWidget* parent = nullptr);
+  ~PaneView() override;
+
+  // Loads the pane the first time the screen is shown.
+  void showFirstTime();
+
+ private:
+  QWidget* makeHeader(const DevScreen& screen);
+  QWidget* makeFooter(const DevScreen& screen);
+  void showSelection();
+  void showState();
+
+  std::shared_ptr<DevPane> pane_;
+  PaneItemModel* model_ = nullptr;
+  QTreeView* tree_ = nullptr;
+  QLabel* note_ = nullptr;
+  QLabel* selected_ = nullptr;
+  QPushButton* action_ = nullptr;
+  QPushButton* rescan_ = nullptr;
+  int token_ = 0;
+};
+
+}  // namespace tw::app

@@ -1,0 +1,36 @@
+#include <cstdio>
+
+#include <QApplication>
+
+#include "app/appearance.h"
+#include "app/main_window.h"
+#include "app/qt_dispatcher.h"
+#include "cli/window.h"
+
+namespace tw {
+namespace {
+
+// Without a display the UI toolkit would abort; say what happened instead.
+bool hasDisplay(const Context& context) {
+  return !context.variable("DISPLAY").empty() || !context.variable("WAYLAND_DISPLAY").empty() ||
+         !context.variable("QT_QPA_PLATFORM").empty();
+}
+
+}  // namespace
+
+int openWindow(int& argc, char** argv, const Context& context) {
+  if (!hasDisplay(context)) {
+    std::fputs("tidewarden: there is no display to open the window on; run 'tidewarden help' for the commands\n",
+               stderr);
+    return 1;
+  }
+  QApplication application(argc, argv);
+  QApplication::setApplicationName(QStringLiteral("Tidewarden"));
+  QApplication::setDesktopFileName(QStringLiteral("tidewarden"));
+  app::applyAppearance(app::appearanceFrom(context));
+  app::MainWindow window(context, app::qtDispatcher());
+  window.show();
+  return QApplication::exec();
+}
+
+}  // namespace tw

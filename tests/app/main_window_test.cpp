@@ -1,0 +1,172 @@
+#include <QApplication>
+#include <QDir>
+#include <QLabel>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTreeView>
+#include <QTreeWidget>
+
+#include "app/appearance.h"
+#include "app/main_window.h"
+#include "app/qt_dispatcher.h"
+#include "core/format.h"
+#include "core/scan_cache.h"
+#include "screens/registry.h"
+
+namespace tw::app {
+namespace {
+
+constexpr int paneRole = Qt::UserRole;
+
+Context sampleContext(const QString& home) {
+  const std::string root = home.toStdString();
+  return Context::fromEnvironment({{"HOME", root},
+                                   {"XDG_DATA_HOME", root + "/.local/share"},
+                                   {"XDG_CONFIG_HOME", root + "/.config"},
+                                   {"XDG_CACHE_HOME", root + "/.cache"},
+                                   {"TIDEWARDEN_SNAPSHOT", "1"}});
+}
+
+QString text(const std::string& value) { return QString::fromStdString(value); }
+
+// The first item row whose box is clear, so that ticking it adds to the selection.
+QModelIndex firstUnticked(const QAbstractItemModel& model) {
+  for (int group = 0; group < model.rowCount(); ++group) {
+    const QModelIndex parent = model.index(group, 0);
+    for (int row = 0; row < model.rowCount(parent); ++row) {
+      const QModelIndex item = model.index(row, 0, parent);
+      if (item.data(Qt::CheckStateRole).toInt() == Qt::Unchecked) return item;
+    }
+  }
+  return {};
+}
+
+}  // namespace
+
+class MainWindowTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() {
+    home_ = std::make_unique<QTemporaryDir>();
+    QVERIFY(home_->isValid());
+    context_ = sampleContext(home_->path());
+  }
+  void cleanup() { home_.reset(); }
+
+  void theSidebarListsEveryDestinationInOrderWithItsLastKnownSize() {
+    ScanCache::save(context_, "projects", 12'300'000'000, 40);
+    ScanCache::save(context_, "docker", 987'000'000, 7);
+    MainWindow window(context_, qtDispatcher());
+    auto* sidebar = window.findChild<QTreeWidget*>(QStringLiteral("sidebar"));
+    QVERIFY(sidebar);
+
+    QStringList shown;
+    QMap<QString, QString> sizes;
+    for (int row = 0; row < sidebar->topLevelItemCount(); ++row) {
+      const QTreeWidgetItem* item = sidebar->topLevelItem(row);
+      const bool destination = item->data(0, paneRole).isValid();
+      shown << (destination ? item->text(0) : QStringLiteral("# ") + item->text(0));
+      if (destination) sizes[item->text(0)] = item->text(1);
+      // Off screen there is no icon theme: every row must still draw its bundled icon.
+      if (destination) QVERIFY2(!item->icon(0).pixmap(18).isNull(), qPrintable(item->text(0)));
+    }
+    QStringList expected{QStringLiteral("Overview"), QStringLiteral("# Cleanup")};
+    for (const auto& screen : Screens::cleanup()) expected << text(screen.title);
+    expected << QStringLiteral("# Disk") << QStringLiteral("Space Lens") << QStringLiteral("Trash")
+             << QStringLiteral("# Developer");
+    for (const auto& screen : Screens::developer()) expected << text(screen.title);
+    expected << QStringLiteral("History");
+    QCOMPARE(shown, expected);
+    // Git Repos comes after Docker: the table's order, not the declaration order.
+    QVERIFY(shown.indexOf(QStringLiteral("Git Repos")) == shown.indexOf(QStringLiteral("Docker")) + 1);
+
+    QCOMPARE(sizes.value(QStringLiteral("Projects")), QStringLiteral("12.3 GB"));
+    QCOMPARE(sizes.value(QStringLiteral("Docker")), QStringLiteral("987 MB"));
+    QCOMPARE(sizes.value(QStringLiteral("Toolchains")), QString());
+
+    // A later scan's size shows without a restart.
+    ScanCache::save(context_, "toolchains", 5'000'000'000, 3);
+    QTRY_COMPARE(sidebar->findItems(QStringLiteral("Toolchains"), Qt::MatchExactly).value(0)->text(1),
+                 QStringLiteral("5 GB"));
+  }
+
+  void tickingAnItemWithTheKeyboardAddsItToTheFooterTotal() {
+    MainWindow window(context_, qtDispatcher());
+    window.show();
+    window.showPane(Pane::projects);
+    const auto& pane = window.panes().at(Pane::projects);
+    QTRY_VERIFY(pane->loaded());
+
+    auto* view = window.findChild<QWidget*>(QStringLiteral("projects"));
+    QVERIFY(view);
+    auto* tree = view->findChild<QTreeView*>(QStringLiteral("items"));
+    auto* footer = view->findChild<QLabel*>(QStringLiteral("selectedTotal"));
+    QVERIFY(tree && footer);
+    const QModelIndex item = firstUnticked(*tree->model());
+    QVERIFY2(item.isValid(), "the sample projects have an item that is not pre-selected");
+
+    const std::int64_t before = pane->selectedTotal();
+    const auto count = pane->selectedItems().size();
+    const DevGroup& group = *pane->groups().at(static_cast<std::size_t>(item.parent().row()));
+    const DevItem& ticked = group.items().at(static_cast<std::size_t>(item.row()));
+
+    tree->setFocus();
+    tree->setCurrentIndex(item);
+    QTest::keyClick(tree, Qt::Key_Space);
+
+    QVERIFY(pane->isSelected(ticked.id));
+    QCOMPARE(item.data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
+    const QString expected = QStringLiteral("%1 items selected, %2")
+                                 .arg(count + 1)
+                                 .arg(text(byteFormatter(before + ticked.freeable.value_or(0))));
+    QCOMPARE(footer->text(), expected);
+
+    // Its group's box follows its items: all ticked reads checked, none reads clear.
+    QTest::keyClick(tree, Qt::Key_Space);
+    QVERIFY(!pane->isSelected(ticked.id));
+    QCOMPARE(pane->selectedTotal(), before);
+  }
+
+  void everyListScreenIsPhotographedInLightAndDark() {
+    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
+    QVERIFY(folder.mkpath(QStringLiteral(".")));
+    for (const auto& [appearance, suffix] :
+         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+      // As at start-up: the appearance first, then the window.
+      applyAppearance(appearance);
+      MainWindow window(context_, qtDispatcher());
+      window.show();
+      for (const auto& screen : Screens::all()) {
+        window.showPane(screen.pane);
+        QTRY_VERIFY_WITH_TIMEOUT(window.panes().at(screen.pane)->loaded(), 10'000);
+        QApplication::processEvents();
+        const QString name = QString::fromUtf8(rawValue(screen.pane).data()) + suffix + QStringLiteral(".png");
+        QVERIFY(window.grab().save(folder.filePath(name)));
+      }
+    }
+  }
+
+ private:
+  std::unique_ptr<QTemporaryDir> home_;
+  Context context_;
+};
+
+}  // namespace tw::app
+
+int main(int argc, char** argv) {
+  // The views are drawn off screen, so the tests need no display.
+  qputenv("QT_QPA_PLATFORM", "offscreen");
+  // The suite's script hands every test program the same test-framework flags; they are
+  // not this framework's.
+  std::vector<char*> arguments;
+  for (int index = 0; index < argc; ++index) {
+    if (!QByteArray(argv[index]).startsWith("--gtest_")) arguments.push_back(argv[index]);
+  }
+  int count = static_cast<int>(arguments.size());
+  QApplication application(count, arguments.data());
+  tw::app::MainWindowTest test;
+  return QTest::qExec(&test, count, arguments.data());
+}
+
+#include "main_window_test.moc"
