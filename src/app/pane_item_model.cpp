@@ -22,6 +22,12 @@ QString itemToolTip(const DevItem& item) {
   return lines.join(QLatin1Char('\n'));
 }
 
+QVariant sizeCell(const QString& text, int role) {
+  if (role == Qt::DisplayRole) return text;
+  if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
+  return {};
+}
+
 }  // namespace
 
 PaneItemModel::PaneItemModel(std::shared_ptr<DevPane> pane, QObject* parent)
@@ -126,11 +132,7 @@ QVariant PaneItemModel::data(const QModelIndex& index, int role) const {
 
 QVariant PaneItemModel::groupData(const QModelIndex& index, int role) const {
   const DevGroup& group = groupAt(index);
-  if (index.column() == sizeColumn) {
-    if (role == Qt::DisplayRole) return qstring(byteFormatter(group.total()));
-    if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    return {};
-  }
+  if (index.column() == sizeColumn) return sizeCell(qstring(byteFormatter(group.total())), role);
   switch (role) {
     case Qt::DisplayRole:
       return group.subtitle.empty() ? qstring(group.title) : qstring(group.title + "  ·  " + group.subtitle);
@@ -147,11 +149,7 @@ QVariant PaneItemModel::groupData(const QModelIndex& index, int role) const {
 
 QVariant PaneItemModel::itemData(const QModelIndex& index, int role) const {
   const DevItem& item = itemAt(index);
-  if (index.column() == sizeColumn) {
-    if (role == Qt::DisplayRole) return sizeText(item.freeable ? item.freeable : item.size);
-    if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
-    return {};
-  }
+  if (index.column() == sizeColumn) return sizeCell(sizeText(item.freeable ? item.freeable : item.size), role);
   switch (role) {
     case Qt::DisplayRole:
       return item.detail.empty() ? qstring(item.name) : qstring(item.name + "  ·  " + item.detail);
