@@ -5,6 +5,7 @@
 #include "app/appearance.h"
 #include "app/main_window.h"
 #include "app/qt_dispatcher.h"
+#include "app/snapshots.h"
 #include "cli/window.h"
 
 namespace tw {
@@ -27,9 +28,11 @@ int openWindow(int& argc, char** argv, const Context& context) {
   QApplication application(argc, argv);
   QApplication::setApplicationName(QStringLiteral("Tidewarden"));
   QApplication::setDesktopFileName(QStringLiteral("tidewarden"));
-  app::applyAppearance(app::appearanceFrom(context));
+  const app::Appearance appearance = app::appearanceFrom(context);
+  app::applyAppearance(appearance);
   app::MainWindow window(context, app::qtDispatcher());
   window.show();
+  app::scheduleSnapshots(window, context, appearance);
   return QApplication::exec();
 }
 

@@ -1,6 +1,9 @@
 #include <QApplication>
 #include <QDir>
+#include <QImage>
 #include <QLabel>
+#include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeView>
@@ -144,6 +147,34 @@ class MainWindowTest : public QObject {
         const QString name = QString::fromUtf8(rawValue(screen.pane).data()) + suffix + QStringLiteral(".png");
         QVERIFY(window.grab().save(folder.filePath(name)));
       }
+    }
+  }
+
+  // The real program under a real X server: the window comes up, shows every pane with
+  // sample data, saves each one as a picture in the current folder and quits.
+  void theProgramOpensItsWindowOnAnXServerAndPhotographsEveryPane() {
+    const QString xvfbRun = QStandardPaths::findExecutable(QStringLiteral("xvfb-run"));
+    if (xvfbRun.isEmpty()) QSKIP("xvfb-run is not installed (Debian package xvfb)");
+    QProcess program;
+    program.setWorkingDirectory(home_->path());
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"}) environment.remove(QLatin1String(name));
+    environment.insert(QStringLiteral("HOME"), home_->path());
+    environment.insert(QStringLiteral("TIDEWARDEN_SNAPSHOT"), QStringLiteral("1"));
+    environment.insert(QStringLiteral("TIDEWARDEN_SNAPSHOT_DELAY"), QStringLiteral("0"));
+    environment.insert(QStringLiteral("TIDEWARDEN_APPEARANCE"), QStringLiteral("dark"));
+    program.setProcessEnvironment(environment);
+    program.start(xvfbRun, {QStringLiteral("-a"), QStringLiteral(TIDEWARDEN_BINARY)});
+    QVERIFY(program.waitForFinished(60'000));
+    QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0,
+             program.readAllStandardError().constData());
+
+    const QDir folder(home_->path());
+    for (const Pane pane : allPanes()) {
+      const QString name = QString::fromUtf8(rawValue(pane).data()) + QStringLiteral("-dark.png");
+      const QImage picture(folder.filePath(name));
+      QVERIFY2(!picture.isNull(), qPrintable(name));
+      QVERIFY(picture.width() >= 800 && picture.height() >= 500);
     }
   }
 
