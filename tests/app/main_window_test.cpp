@@ -151,6 +151,31 @@ class MainWindowTest : public QObject {
     }
   }
 
+  // Closing the window while screens scan joins their work, and what a scan finds after
+  // that is dropped: nothing reaches the scan cache of a window that is gone.
+  void closingTheWindowWhileScreensScanEndsTheirWorkAndRecordsNothing() {
+    const std::string root = home_->path().toStdString();
+    const Context real = Context::fromEnvironment({{"HOME", root},
+                                                   {"XDG_DATA_HOME", root + "/.local/share"},
+                                                   {"XDG_CONFIG_HOME", root + "/.config"},
+                                                   {"XDG_CACHE_HOME", root + "/.cache"}});
+    QVERIFY(QDir(home_->path()).mkpath(QStringLiteral("Developer/site/node_modules/left-pad")));
+    {
+      auto window = std::make_unique<MainWindow>(real, qtDispatcher());
+      window->show();
+      for (const auto& screen : Screens::all()) window->showPane(screen.pane);
+      for (const auto& screen : Screens::all()) QVERIFY(window->panes().at(screen.pane)->loading());
+    }
+    QTest::qWait(200);
+    QVERIFY(ScanCache::all(real).empty());
+
+    // While the window stays, the same scan is recorded.
+    MainWindow window(real, qtDispatcher());
+    window.showPane(Pane::projects);
+    QTRY_VERIFY_WITH_TIMEOUT(window.panes().at(Pane::projects)->loaded(), 30'000);
+    QVERIFY(ScanCache::all(real).contains("projects"));
+  }
+
   // The real program under a real X server: the window comes up, shows every pane with
   // sample data, saves each one as a picture in the current folder and quits.
   void theProgramOpensItsWindowOnAnXServerAndPhotographsEveryPane() {
