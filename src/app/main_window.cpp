@@ -1,5 +1,7 @@
 #include "app/main_window.h"
 
+#include <QAction>
+#include <QApplication>
 #include <QLabel>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -40,6 +42,32 @@ MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
 
   connect(sidebar_, &Sidebar::chosen, this, [this](Pane pane) { showPane(pane); });
   sidebar_->choose(Pane::overview);
+  addShortcuts();
+}
+
+// Ctrl+1 to Ctrl+9 open the first nine destinations in sidebar order; Ctrl+R rescans the
+// list on screen; Ctrl+Q quits.
+void MainWindow::addShortcuts() {
+  std::vector<Pane> order;
+  for (const auto& section : sidebarSections()) {
+    for (const auto& destination : section.destinations) order.push_back(destination.pane);
+  }
+  for (std::size_t index = 0; index < 9 && index < order.size(); ++index) {
+    auto* open = new QAction(this);
+    open->setShortcut(QKeySequence(Qt::CTRL | static_cast<Qt::Key>(Qt::Key_1 + static_cast<int>(index))));
+    connect(open, &QAction::triggered, this, [this, pane = order[index]] { showPane(pane); });
+    addAction(open);
+  }
+  auto* rescan = new QAction(tr("Rescan"), this);
+  rescan->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_R));
+  connect(rescan, &QAction::triggered, this, [this] {
+    if (auto* list = qobject_cast<PaneView*>(stack_->currentWidget())) list->rescan();
+  });
+  addAction(rescan);
+  auto* quit = new QAction(tr("Quit"), this);
+  quit->setShortcut(QKeySequence::Quit);
+  connect(quit, &QAction::triggered, qApp, &QApplication::quit);
+  addAction(quit);
 }
 
 // The views go before the panes they observe; the panes then cancel and join their work.

@@ -30,6 +30,7 @@ class MainWindow : public QMainWindow {
 
  private:
   void addViews();
+  void addShortcuts();
 
   Context context_;
   std::map<Pane, std::shared_ptr<DevPane>> panes_;

@@ -76,7 +76,7 @@ QWidget* PaneView::makeFooter(const DevScreen& screen) {
   selected_->setObjectName(QStringLiteral("selectedTotal"));
   rescan_ = new QPushButton(tr("Rescan"), footer);
   rescan_->setObjectName(QStringLiteral("rescan"));
-  connect(rescan_, &QPushButton::clicked, this, [this] { pane_->load(); });
+  connect(rescan_, &QPushButton::clicked, this, &PaneView::rescan);
   action_ = new QPushButton(QString::fromStdString(screen.action), footer);
   action_->setObjectName(QStringLiteral("action"));
   action_->setDefault(true);
@@ -90,6 +90,10 @@ QWidget* PaneView::makeFooter(const DevScreen& screen) {
 
 void PaneView::showFirstTime() {
   if (!pane_->loaded() && !pane_->loading()) pane_->load();
+}
+
+void PaneView::rescan() {
+  if (!pane_->loading()) pane_->load();
 }
 
 void PaneView::showSelection() {

@@ -26,6 +26,8 @@ class PaneView : public QWidget {
 
   // Loads the pane the first time the screen is shown.
   void showFirstTime();
+  // Scans again, unless a scan is running.
+  void rescan();
 
  private:
   QWidget* makeHeader(const DevScreen& screen);

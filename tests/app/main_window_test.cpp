@@ -4,6 +4,7 @@
 #include <QImage>
 #include <QLabel>
 #include <QProcess>
+#include <QStackedWidget>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -130,6 +131,27 @@ class MainWindowTest : public QObject {
     QTest::keyClick(tree, Qt::Key_Space);
     QVERIFY(!pane->isSelected(ticked.id));
     QCOMPARE(pane->selectedTotal(), before);
+  }
+
+  void controlAndADigitOpensThatDestinationAndControlRRescansIt() {
+    MainWindow window(context_, qtDispatcher());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    auto* stack = window.findChild<QStackedWidget*>();
+    QVERIFY(stack);
+    // Overview, then the cleanup screens: Ctrl+3 is the second of them.
+    QTest::keyClick(&window, Qt::Key_3, Qt::ControlModifier);
+    QCOMPARE(stack->currentWidget()->objectName(), text(std::string(rawValue(Screens::cleanup().at(1).pane))));
+    const auto& pane = window.panes().at(Screens::cleanup().at(1).pane);
+    QTRY_VERIFY(pane->loaded() && !pane->loading());
+
+    bool reloaded = false;
+    const int token = pane->observe([&](const DevPane::Notice& notice) {
+      if (notice.field == DevPaneField::loading && pane->loading()) reloaded = true;
+    });
+    QTest::keyClick(&window, Qt::Key_R, Qt::ControlModifier);
+    QVERIFY(reloaded);
+    pane->unobserve(token);
   }
 
   void everyListScreenIsPhotographedInLightAndDark() {
