@@ -2,6 +2,8 @@
 
 #include <set>
 
+#include <QFont>
+
 #include "app/icons.h"
 #include "core/format.h"
 
@@ -140,6 +142,11 @@ QVariant PaneItemModel::groupData(const QModelIndex& index, int role) const {
       return groupCheckState(group);
     case Qt::DecorationRole:
       return symbolIcon(group.icon);
+    case Qt::FontRole: {
+      QFont font;
+      font.setBold(true);
+      return font;
+    }
     case Qt::ToolTipRole:
       return group.note() ? qstring(*group.note()) : QVariant();
     default:
