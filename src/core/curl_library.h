@@ -2,6 +2,8 @@
 
 #include <curl/curl.h>
 
+#include <memory>
+
 namespace tw {
 
 // libcurl's calls that Tidewarden makes. The library is loaded on first use instead of at
@@ -17,6 +19,13 @@ struct CurlLibrary {
   curl_slist* (*slistAppend)(curl_slist*, const char*);
   void (*slistFreeAll)(curl_slist*);
 };
+
+// An easy handle that gives itself back to the library it came from.
+struct CurlEasyDeleter {
+  const CurlLibrary* curl;
+  void operator()(CURL* handle) const { curl->easyCleanup(handle); }
+};
+using CurlEasyHandle = std::unique_ptr<CURL, CurlEasyDeleter>;
 
 // The library, loaded and set up once (safe from any thread); nothing when it is not
 // installed.

@@ -47,10 +47,15 @@ bool deepEnoughBelow(const std::string& path, const std::string& root, std::size
   return path.starts_with(prefix) && componentCount(std::string_view(path).substr(prefix.size())) >= depth;
 }
 
-// A folder removals may start from, and how many pieces below it an item must lie.
+// A folder removals may start from, as written and with its links resolved (each looked
+// up once per question), and how many pieces below it an item must lie.
 struct AllowedRoot {
-  std::string path;
+  std::string written;
+  std::string resolved;
   std::size_t depth = 2;
+
+  AllowedRoot(const std::string& path, std::size_t depth)
+      : written(standardizePath(path)), resolved(resolvedRoot(path)), depth(depth) {}
 };
 
 // The XDG base folders the user set in the environment. Each stands where ~/.cache or
@@ -63,7 +68,7 @@ std::vector<AllowedRoot> userBaseFolders(const Context& context) {
                                                                 {"XDG_STATE_HOME", &context.stateHome}};
   std::vector<AllowedRoot> roots;
   for (const auto& [variable, folder] : folders) {
-    if (context.env.contains(variable) && folder->starts_with('/')) roots.push_back({*folder, 1});
+    if (context.env.contains(variable) && folder->starts_with('/')) roots.emplace_back(*folder, 1);
   }
   return roots;
 }
@@ -75,7 +80,7 @@ bool isSameOrInside(const std::string& path, const std::string& folder) {
 std::vector<AllowedRoot> allowedRoots(const Context& context) {
   std::vector<AllowedRoot> roots{{context.home, 2}};
   if (context.settings) {
-    for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.push_back({root, 2});
+    for (const auto& root : DevSettings::configuredProjectRoots(*context.settings)) roots.emplace_back(root, 2);
   }
   // A base folder is a root of its own only apart from the others. Set to the home folder, a
   // project root or a folder holding one, it would let what lies directly inside those go;
@@ -84,12 +89,11 @@ std::vector<AllowedRoot> allowedRoots(const Context& context) {
   // a link by anyone who can write there).
   const std::size_t strictRoots = roots.size();
   for (auto& base : userBaseFolders(context)) {
-    const std::string written = standardizePath(base.path), resolved = resolvedRoot(base.path);
     const bool related = std::any_of(
         roots.begin(), roots.begin() + static_cast<std::ptrdiff_t>(strictRoots), [&](const AllowedRoot& root) {
-          for (const auto& rootPath : {standardizePath(root.path), resolvedRoot(root.path)}) {
-            for (const auto& basePath : {written, resolved}) {
-              if (isSameOrInside(rootPath, basePath) || isSameOrInside(basePath, rootPath)) return true;
+          for (const auto* rootPath : {&root.written, &root.resolved}) {
+            for (const auto* basePath : {&base.written, &base.resolved}) {
+              if (isSameOrInside(*rootPath, *basePath) || isSameOrInside(*basePath, *rootPath)) return true;
             }
           }
           return false;
@@ -111,8 +115,7 @@ std::optional<RemovalStart> allowingRoot(const std::string& path, const Context&
   if (pathExists(target + "/.git")) return std::nullopt;
 
   std::optional<RemovalStart> deepest;
-  for (const auto& [root, depth] : allowedRoots(context)) {
-    const std::string written = standardizePath(root), resolved = resolvedRoot(root);
+  for (const auto& [written, resolved, depth] : allowedRoots(context)) {
     if (isSystemFolder(written) || isSystemFolder(resolved) || !deepEnoughBelow(target, resolved, depth)) continue;
     // From the root as the path spells it where it can; else what the path really names,
     // from the root as it really is.

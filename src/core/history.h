@@ -54,10 +54,10 @@ class History {
   const std::string folder_;
   const std::string path_;
   const bool recording_;
-  // Serialises every read, write and clear of the file by this store.
   // Beside the history file; every process holds it around a read-modify-write.
   [[nodiscard]] std::string lockFile() const;
 
+  // Serialises every read, write and clear of the file by this store.
   mutable std::mutex lock_;
   mutable std::once_flag folderMade_;
 };

@@ -46,12 +46,6 @@ int progress(void* context, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
   return static_cast<Transfer*>(context)->stop.stop_requested() ? 1 : 0;
 }
 
-struct EasyHandleDeleter {
-  const CurlLibrary* curl;
-  void operator()(CURL* handle) const { curl->easyCleanup(handle); }
-};
-using CurlHandle = std::unique_ptr<CURL, EasyHandleDeleter>;
-
 }  // namespace
 
 bool HttpResponse::unreachable() const {
@@ -72,7 +66,7 @@ HttpResponse LocalHttp::request(const LocalEndpoint& endpoint, std::string_view 
     response.error = curlError(CURLE_FAILED_INIT);
     return response;
   }
-  const CurlHandle handle(library->easyInit(), EasyHandleDeleter{library});
+  const CurlEasyHandle handle(library->easyInit(), CurlEasyDeleter{library});
   if (!handle) {
     response.error = curlError(CURLE_FAILED_INIT);
     return response;

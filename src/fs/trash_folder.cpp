@@ -1,18 +1,12 @@
 #include "fs/trash_folder.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 
+#include "fs/file_io.h"
 #include "fs/path.h"
 
 namespace tw {
 namespace {
-
-bool isFolderNoFollow(const std::string& path) {
-  struct stat info {};
-  return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
 
 bool isVolumeTrashName(std::string_view name) {
   if (name == ".Trash") return true;
@@ -28,7 +22,7 @@ bool isTrashFolder(const std::string& parent, std::string_view name) {
   if (isVolumeTrashName(name)) return true;
   if (name != "Trash") return false;
   const std::string path = joinPath(parent, std::string(name));
-  return isFolderNoFollow(joinPath(path, "files")) && isFolderNoFollow(joinPath(path, "info"));
+  return isFolder(joinPath(path, "files")) && isFolder(joinPath(path, "info"));
 }
 
 }  // namespace tw

@@ -7,10 +7,6 @@
 namespace tw {
 namespace {
 
-struct EasyHandleDeleter {
-  const CurlLibrary* curl;
-  void operator()(CURL* handle) const { curl->easyCleanup(handle); }
-};
 struct HeaderListDeleter {
   const CurlLibrary* curl;
   void operator()(curl_slist* list) const { curl->slistFreeAll(list); }
@@ -61,7 +57,7 @@ HttpsFetchResult fetchOverHttps(const std::string& url, const HttpsFetchOptions&
     result.error = HttpsFetchError::network;
     return result;
   }
-  const std::unique_ptr<CURL, EasyHandleDeleter> curl(library->easyInit(), EasyHandleDeleter{library});
+  const CurlEasyHandle curl(library->easyInit(), CurlEasyDeleter{library});
   const std::unique_ptr<curl_slist, HeaderListDeleter> headers(
       library->slistAppend(nullptr, "Accept: application/json"), HeaderListDeleter{library});
   if (!curl || !headers) {
