@@ -12,6 +12,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "core/action_description.h"
 #include "core/context.h"
 #include "core/date.h"
 #include "core/dev_group.h"
@@ -87,7 +88,6 @@ void emit(const nlohmann::json& value);
 [[nodiscard]] nlohmann::json jsonString(const std::optional<std::string>& text);
 
 // What an action does, in a few words; paths under `home` shown with "~".
-[[nodiscard]] std::string describe(const DevAction& action, const std::string& home);
 [[nodiscard]] nlohmann::json itemJSON(const DevItem& item, const std::string& home);
 [[nodiscard]] std::string badgeText(const std::vector<Badge>& badges);
 [[nodiscard]] std::string plural(std::int64_t count, const std::string& word);

@@ -29,7 +29,7 @@ TEST(Table, ARightAlignedLastColumnGivesLinesOfEqualLengthAndBrokenNamesStayAlig
 
 TEST(Describe, EveryActionCase) {
   test::FakeHome home;
-  const auto describe = [&](const DevAction& action) { return CLI::describe(action, home.path()); };
+  const auto describe = [&](const DevAction& action) { return tw::describe(action, home.path()); };
   EXPECT_EQ(describe(DevAction::removePaths({home / "p/node_modules"})), "delete ~/p/node_modules");
   EXPECT_EQ(describe(DevAction::removePaths({home / "p/a", home / "q/b", "/c"})), "delete 3 paths in ~/p");
   EXPECT_EQ(describe(DevAction::trash({home / "a", "/tmp/b"})), "move to Trash: ~/a, /tmp/b");
