@@ -14,6 +14,7 @@
 #include "app/appearance.h"
 #include "app/main_window.h"
 #include "app/qt_dispatcher.h"
+#include "app_test.h"
 #include "core/format.h"
 #include "core/scan_cache.h"
 #include "screens/registry.h"
@@ -245,19 +246,6 @@ class MainWindowTest : public QObject {
 
 }  // namespace tw::app
 
-int main(int argc, char** argv) {
-  // The views are drawn off screen, so the tests need no display.
-  qputenv("QT_QPA_PLATFORM", "offscreen");
-  // The suite's script hands every test program the same test-framework flags; they are
-  // not this framework's.
-  std::vector<char*> arguments;
-  for (int index = 0; index < argc; ++index) {
-    if (!QByteArray(argv[index]).startsWith("--gtest_")) arguments.push_back(argv[index]);
-  }
-  int count = static_cast<int>(arguments.size());
-  QApplication application(count, arguments.data());
-  tw::app::MainWindowTest test;
-  return QTest::qExec(&test, count, arguments.data());
-}
+APP_TEST(tw::app::MainWindowTest)
 
 #include "main_window_test.moc"
