@@ -24,6 +24,15 @@ QString itemToolTip(const DevItem& item) {
   return lines.join(QLatin1Char('\n'));
 }
 
+QVariant badgeList(const std::vector<Badge>& badges) {
+  QVariantList list;
+  for (const auto& badge : badges) {
+    list << QVariantMap{{QStringLiteral("text"), qstring(badge.text)},
+                        {QStringLiteral("tone"), static_cast<int>(badge.tone)}};
+  }
+  return list;
+}
+
 QVariant sizeCell(const QString& text, int role) {
   if (role == Qt::DisplayRole) return text;
   if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
@@ -35,7 +44,8 @@ QVariant sizeCell(const QString& text, int role) {
 PaneItemModel::PaneItemModel(std::shared_ptr<DevPane> pane, QObject* parent)
     : QAbstractItemModel(parent), pane_(std::move(pane)) {
   paneToken_ = pane_->observe([this](const DevPane::Notice& notice) {
-    if (notice.field == DevPaneField::groups) takeGroups();
+    // The stale filter decides which groups show: turning it changes the rows.
+    if (notice.field == DevPaneField::groups || notice.field == DevPaneField::staleOnly) takeGroups();
   });
   takeGroups();
 }
@@ -48,7 +58,7 @@ PaneItemModel::~PaneItemModel() {
 void PaneItemModel::takeGroups() {
   beginResetModel();
   forgetGroups();
-  for (const auto& group : pane_->groups()) groups_.emplace_back(group, 0);
+  for (const auto& group : pane_->visibleGroups()) groups_.emplace_back(group, 0);
   observeGroups();
   endResetModel();
 }
@@ -58,6 +68,10 @@ void PaneItemModel::observeGroups() {
     groups_[row].second = groups_[row].first->observe([this, row](const DevGroup::Notice& notice) {
       if (notice.field == DevGroupField::selection) selectionChangedIn(row, notice.rows);
       if (notice.field == DevGroupField::items) itemsChangedIn(row);
+      if (notice.field == DevGroupField::badges) {
+        const QModelIndex badges = index(static_cast<int>(row), badgesColumn);
+        emit dataChanged(badges, badges, {badgesRole});
+      }
     });
   }
 }
@@ -89,7 +103,7 @@ void PaneItemModel::itemsChangedIn(std::size_t group) {
     beginInsertRows(groupIndex, 0, now - 1);
     endInsertRows();
   }
-  emit dataChanged(groupIndex, index(static_cast<int>(group), sizeColumn));
+  emit dataChanged(groupIndex, index(static_cast<int>(group), apparentColumn));
 }
 
 QModelIndex PaneItemModel::index(int row, int column, const QModelIndex& parent) const {
@@ -115,7 +129,12 @@ const DevGroup& PaneItemModel::groupAt(const QModelIndex& index) const {
   return *groups_.at(static_cast<std::size_t>(index.row())).first;
 }
 
-const DevItem& PaneItemModel::itemAt(const QModelIndex& index) const {
+const DevItem* PaneItemModel::itemAt(const QModelIndex& index) const {
+  if (!index.isValid() || isGroup(index)) return nullptr;
+  return &itemOf(index);
+}
+
+const DevItem& PaneItemModel::itemOf(const QModelIndex& index) const {
   const auto& group = *groups_.at(static_cast<std::size_t>(index.internalId() - 1)).first;
   return group.items().at(static_cast<std::size_t>(index.row()));
 }
@@ -135,6 +154,8 @@ QVariant PaneItemModel::data(const QModelIndex& index, int role) const {
 QVariant PaneItemModel::groupData(const QModelIndex& index, int role) const {
   const DevGroup& group = groupAt(index);
   if (index.column() == sizeColumn) return sizeCell(qstring(byteFormatter(group.total())), role);
+  if (index.column() == apparentColumn) return {};
+  if (index.column() == badgesColumn) return role == badgesRole ? badgeList(group.badges()) : QVariant();
   switch (role) {
     case Qt::DisplayRole:
       return group.subtitle.empty() ? qstring(group.title) : qstring(group.title + "  ·  " + group.subtitle);
@@ -155,8 +176,10 @@ QVariant PaneItemModel::groupData(const QModelIndex& index, int role) const {
 }
 
 QVariant PaneItemModel::itemData(const QModelIndex& index, int role) const {
-  const DevItem& item = itemAt(index);
+  const DevItem& item = itemOf(index);
   if (index.column() == sizeColumn) return sizeCell(sizeText(item.freeable ? item.freeable : item.size), role);
+  if (index.column() == apparentColumn) return sizeCell(sizeText(item.size), role);
+  if (index.column() == badgesColumn) return role == badgesRole ? badgeList(item.badges) : QVariant();
   switch (role) {
     case Qt::DisplayRole:
       return item.detail.empty() ? qstring(item.name) : qstring(item.name + "  ·  " + item.detail);
@@ -173,7 +196,16 @@ QVariant PaneItemModel::itemData(const QModelIndex& index, int role) const {
 
 QVariant PaneItemModel::headerData(int section, Qt::Orientation orientation, int role) const {
   if (orientation != Qt::Horizontal || role != Qt::DisplayRole) return {};
-  return section == nameColumn ? tr("Name") : tr("Freeable");
+  switch (section) {
+    case nameColumn:
+      return tr("Name");
+    case badgesColumn:
+      return QString();
+    case sizeColumn:
+      return tr("Freeable");
+    default:
+      return tr("Size");
+  }
 }
 
 Qt::ItemFlags PaneItemModel::flags(const QModelIndex& index) const {
@@ -190,7 +222,7 @@ bool PaneItemModel::setData(const QModelIndex& index, const QVariant& value, int
   if (isGroup(index)) {
     setGroupChecked(groupAt(index), checked);
   } else {
-    pane_->setSelected(itemAt(index).id, checked);
+    pane_->setSelected(itemOf(index).id, checked);
   }
   return true;
 }

@@ -16,7 +16,9 @@ class PaneItemModel : public QAbstractItemModel {
   Q_OBJECT
 
  public:
-  enum Column { nameColumn, sizeColumn, columnCount_ };
+  enum Column { nameColumn, badgesColumn, sizeColumn, apparentColumn, columnCount_ };
+  // A row's badges as a list of {text, tone} maps, for the badge painter.
+  static constexpr int badgesRole = Qt::UserRole + 1;
 
   explicit PaneItemModel(std::shared_ptr<DevPane> pane, QObject* parent = nullptr);
   ~PaneItemModel() override;
@@ -30,11 +32,14 @@ class PaneItemModel : public QAbstractItemModel {
   [[nodiscard]] Qt::ItemFlags flags(const QModelIndex& index) const override;
   bool setData(const QModelIndex& index, const QVariant& value, int role) override;
 
+  // The item a row shows, or null for a group row or no row.
+  [[nodiscard]] const DevItem* itemAt(const QModelIndex& index) const;
+
  private:
   // A group row's internal id is 0; an item row's is its group's row + 1.
   [[nodiscard]] static bool isGroup(const QModelIndex& index) { return index.internalId() == 0; }
   [[nodiscard]] const DevGroup& groupAt(const QModelIndex& index) const;
-  [[nodiscard]] const DevItem& itemAt(const QModelIndex& index) const;
+  [[nodiscard]] const DevItem& itemOf(const QModelIndex& index) const;
   [[nodiscard]] Qt::CheckState groupCheckState(const DevGroup& group) const;
   [[nodiscard]] QVariant groupData(const QModelIndex& index, int role) const;
   [[nodiscard]] QVariant itemData(const QModelIndex& index, int role) const;

@@ -9,6 +9,7 @@
 
 class QLabel;
 class QPushButton;
+class QTimer;
 class QTreeView;
 
 namespace tw::app {
@@ -28,12 +29,18 @@ class PaneView : public QWidget {
   void showFirstTime();
   // Scans again, unless a scan is running.
   void rescan();
+  // Asks to confirm the selected items' actions, then runs them and loads again.
+  void removeSelected();
 
  private:
   QWidget* makeHeader(const DevScreen& screen);
   QWidget* makeFooter(const DevScreen& screen);
   void showSelection();
   void showState();
+  void showProgress();
+  void showMenu(const QPoint& position);
+  // Asks first; runs `items` with their own actions, or `override` for each, once confirmed.
+  void confirmAndPerform(const QString& label, std::vector<DevItem> items, std::optional<DevAction> override);
 
   std::shared_ptr<DevPane> pane_;
   PaneItemModel* model_ = nullptr;
@@ -42,6 +49,9 @@ class PaneView : public QWidget {
   QLabel* selected_ = nullptr;
   QPushButton* action_ = nullptr;
   QPushButton* rescan_ = nullptr;
+  QLabel* message_ = nullptr;
+  QTimer* progress_ = nullptr;
+  QString actionLabel_;
   int token_ = 0;
 };
 
