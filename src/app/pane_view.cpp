@@ -43,11 +43,7 @@ PaneView::PaneView(const DevScreen& screen, std::shared_ptr<DevPane> pane, QWidg
   tree_->setStyleSheet(QStringLiteral("QTreeView#items::item { padding: 3px 0; }"));
   tree_->setContextMenuPolicy(Qt::CustomContextMenu);
   connect(tree_, &QTreeView::customContextMenuRequested, this, &PaneView::showMenu);
-  tree_->header()->setStretchLastSection(false);
-  tree_->header()->setSectionResizeMode(PaneItemModel::nameColumn, QHeaderView::Stretch);
-  for (const int column : {PaneItemModel::badgesColumn, PaneItemModel::sizeColumn, PaneItemModel::apparentColumn}) {
-    tree_->header()->setSectionResizeMode(column, QHeaderView::ResizeToContents);
-  }
+  sizeColumns();
 
   note_ = new QLabel(this);
   note_->setObjectName(QStringLiteral("note"));
@@ -74,11 +70,12 @@ PaneView::PaneView(const DevScreen& screen, std::shared_ptr<DevPane> pane, QWidg
   token_ = pane_->observe([this](const DevPane::Notice& notice) {
     switch (notice.field) {
       case DevPaneField::selection:
-        showSelection();
+        showSelectionSoon();
         break;
       case DevPaneField::groups:
       case DevPaneField::staleOnly:
-        tree_->expandAll();
+        tree_->expandToDepth(0);
+        tree_->resizeColumnToContents(PaneItemModel::badgesColumn);
         showState();
         break;
       case DevPaneField::loading:
@@ -91,7 +88,7 @@ PaneView::PaneView(const DevScreen& screen, std::shared_ptr<DevPane> pane, QWidg
         break;
     }
   });
-  tree_->expandAll();
+  tree_->expandToDepth(0);
   showState();
 }
 
@@ -165,10 +162,36 @@ void PaneView::confirmAndPerform(const QString& label, std::vector<DevItem> item
   pane_->perform(std::move(items), std::move(override), nullptr);
 }
 
+// Sizes never need more room than "999.9 MB", so their columns are measured once rather than
+// from every row: a screen may hold a hundred thousand items.
+void PaneView::sizeColumns() {
+  QHeaderView* header = tree_->header();
+  header->setStretchLastSection(false);
+  header->setSectionResizeMode(PaneItemModel::nameColumn, QHeaderView::Stretch);
+  header->setSectionResizeMode(PaneItemModel::badgesColumn, QHeaderView::Interactive);
+  const int sizeWidth = tree_->fontMetrics().horizontalAdvance(QStringLiteral("999.9 MB")) + 24;
+  for (const int column : {PaneItemModel::sizeColumn, PaneItemModel::apparentColumn}) {
+    const QString title = model_->headerData(column, Qt::Horizontal, Qt::DisplayRole).toString();
+    header->setSectionResizeMode(column, QHeaderView::Fixed);
+    header->resizeSection(column, std::max(sizeWidth, header->fontMetrics().horizontalAdvance(title) + 24));
+  }
+}
+
+// Ticking a group ticks many rows at once: the footer counts them once afterwards.
+void PaneView::showSelectionSoon() {
+  if (selectionPending_) return;
+  selectionPending_ = true;
+  QTimer::singleShot(0, this, [this] {
+    selectionPending_ = false;
+    showSelection();
+  });
+}
+
 void PaneView::showSelection() {
-  const auto count = static_cast<int>(pane_->selectedItems().size());
-  const QString total = qstring(byteFormatter(pane_->selectedTotal()));
   if (pane_->busy()) return;  // the progress owns the line while actions run
+  const auto summary = pane_->selectionSummary();
+  const auto count = static_cast<int>(summary.count);
+  const QString total = qstring(byteFormatter(summary.freeable));
   if (count == 0) {
     selected_->setText(tr("Nothing selected"));
   } else if (count == 1) {

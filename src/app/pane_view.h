@@ -35,6 +35,8 @@ class PaneView : public QWidget {
  private:
   QWidget* makeHeader(const DevScreen& screen);
   QWidget* makeFooter(const DevScreen& screen);
+  void sizeColumns();
+  void showSelectionSoon();
   void showSelection();
   void showState();
   void showProgress();
@@ -52,6 +54,7 @@ class PaneView : public QWidget {
   QLabel* message_ = nullptr;
   QTimer* progress_ = nullptr;
   QString actionLabel_;
+  bool selectionPending_ = false;
   int token_ = 0;
 };
 

@@ -57,7 +57,19 @@ std::vector<DevItem> DevPane::selectedItems() const {
   return selected;
 }
 
-std::int64_t DevPane::selectedTotal() const { return freeableSum(selectedItems()); }
+std::int64_t DevPane::selectedTotal() const { return selectionSummary().freeable; }
+
+DevPane::SelectionSummary DevPane::selectionSummary() const {
+  SelectionSummary summary;
+  for (const auto& group : visibleGroups()) {
+    for (const auto& item : group->items()) {
+      if (!selection_.contains(item.id)) continue;
+      ++summary.count;
+      summary.freeable = saturatingAdd(summary.freeable, item.freeable.value_or(0));
+    }
+  }
+  return summary;
+}
 
 void DevPane::setSelected(const std::string& id, bool selected) {
   if (!rowOf_.contains(id) || !selection_.set(id, selected)) return;

@@ -63,6 +63,12 @@ class DevPane : public Observable<DevPaneField> {
   [[nodiscard]] std::size_t itemCount() const;
   [[nodiscard]] std::vector<DevItem> selectedItems() const;
   [[nodiscard]] std::int64_t selectedTotal() const;
+  // How many visible items are ticked and what they would free, without copying them.
+  struct SelectionSummary {
+    std::size_t count = 0;
+    std::int64_t freeable = 0;
+  };
+  [[nodiscard]] SelectionSummary selectionSummary() const;
 
   // Starts a load, or joins the running one; `then` runs once when it ends.
   void load(std::function<void()> then = nullptr);

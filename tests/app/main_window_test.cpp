@@ -126,7 +126,7 @@ class MainWindowTest : public QObject {
     const QString expected = QStringLiteral("%1 items selected, %2")
                                  .arg(count + 1)
                                  .arg(text(byteFormatter(before + ticked.freeable.value_or(0))));
-    QCOMPARE(footer->text(), expected);
+    QTRY_COMPARE(footer->text(), expected);
 
     // Its group's box follows its items: all ticked reads checked, none reads clear.
     QTest::keyClick(tree, Qt::Key_Space);

@@ -3,6 +3,7 @@
 
 #include <QCheckBox>
 #include <QDialog>
+#include <QDir>
 #include <QLabel>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -14,6 +15,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include "app/appearance.h"
+#include "app/confirm_removal.h"
 #include "app/main_window.h"
 #include "app/qt_dispatcher.h"
 #include "app/roots_bar.h"
@@ -142,6 +145,37 @@ class RemovalFlowTest : public QObject {
       }
     }
     QCOMPARE(pane->selection().ids(), preselected);
+  }
+
+  void theConfirmationIsPhotographedInLightAndDark() {
+    std::vector<DevItem> items(3);
+    const auto name = [&](std::size_t index, std::string text, std::int64_t bytes) {
+      items[index].name = std::move(text);
+      items[index].freeable = bytes;
+    };
+    name(0, "node_modules", 1'840'000'000);
+    name(1, "v16.20.2", 210'000'000);
+    name(2, "DerivedData", 6'100'000'000);
+    items[0].action = DevAction::removePaths({root_ + "/code/web/node_modules"});
+    items[1].action = DevAction::commands({{"/usr/bin/bash", "-c", "nvm uninstall 16.20.2"}});
+    items[2].action = DevAction::trash({root_ + "/Library/DerivedData"});
+    items[2].warning = "Xcode is running; it rebuilds this folder on its next build.";
+    const std::vector<std::string> actions{"delete ~/code/web/node_modules", "bash -c 'nvm uninstall 16.20.2'",
+                                           "move to Trash: ~/Library/DerivedData"};
+    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
+    QVERIFY(folder.mkpath(QStringLiteral(".")));
+    for (const auto& [appearance, suffix] :
+         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+      applyAppearance(appearance);
+      ConfirmRemovalDialog dialog(QStringLiteral("Delete Leftovers"), items, actions);
+      dialog.show();
+      QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+      QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("confirmWarnings"))
+                  ->text()
+                  .contains(QStringLiteral("Xcode is running")));
+      QVERIFY(dialog.grab().save(folder.filePath(QStringLiteral("confirm") + suffix + QStringLiteral(".png"))));
+    }
+    applyAppearance(Appearance::light);
   }
 
   void theRootsChipsAndTheStaleToggleChangeWhatLoadsAndWhatIsSaved() {
