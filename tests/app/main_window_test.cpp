@@ -243,6 +243,9 @@ class MainWindowTest : public QObject {
   Context context_;
 };
 
+// The overview's tests, in their own file.
+int runOverviewViewTests(int argc, char** argv);
+
 }  // namespace tw::app
 
 int main(int argc, char** argv) {
@@ -257,7 +260,8 @@ int main(int argc, char** argv) {
   int count = static_cast<int>(arguments.size());
   QApplication application(count, arguments.data());
   tw::app::MainWindowTest test;
-  return QTest::qExec(&test, count, arguments.data());
+  const int windowFailures = QTest::qExec(&test, count, arguments.data());
+  return windowFailures + tw::app::runOverviewViewTests(count, arguments.data());
 }
 
 #include "main_window_test.moc"
