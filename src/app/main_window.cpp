@@ -6,6 +6,7 @@
 #include <QSplitter>
 #include <QStackedWidget>
 
+#include "app/overview_view.h"
 #include "app/pane_view.h"
 #include "app/sidebar.h"
 
@@ -78,7 +79,9 @@ void MainWindow::addViews() {
     stack_->addWidget(view);
     views_[pane] = view;
   };
-  add(Pane::overview, placeholder(tr("The overview of your disk and every screen's size will be here."), stack_));
+  auto* overview = new OverviewView(context_, panes_, stack_);
+  connect(overview, &OverviewView::openPane, this, [this](Pane pane) { showPane(pane); });
+  add(Pane::overview, overview);
   add(Pane::lens, placeholder(tr("Space Lens will show what fills a folder, as a map of its biggest parts."), stack_));
   add(Pane::trash, placeholder(tr("The Trash will list what it holds, to restore or remove for good."), stack_));
   add(Pane::history, placeholder(tr("The history of every removal will be listed here."), stack_));

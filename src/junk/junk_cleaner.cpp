@@ -36,34 +36,32 @@ std::optional<RemovalStart> removalStartOf(const std::string& path, const Contex
   return DevSafety::removalStart(path, context);
 }
 
-ActionOutcome removeIfUnchanged(const JunkItem& item, const std::map<std::string, FileIdentity>& identities,
-                                const Context& context) {
-  const auto measured = identities.find(item.path);
-  if (measured == identities.end()) return ActionOutcome::failure("replaced since it was measured");
-  const auto start = removalStartOf(item.path, context);
-  if (!start) return ActionOutcome::failure("outside the folders it may delete from, so it was left alone");
-  // A folder the listing reached through a link (~/.cache kept on another disk) is never
-  // removed from the home folder: anyone could have put that link there. The user names
-  // the folder it leads to, and it becomes a root of its own.
-  if (start->top == context.home) {
-    if (const auto link = linkOnTheWay(item.path, context.home)) {
-      return ActionOutcome::failure("it is reached through the link " + tildePath(*link, context.home) +
-                                    ", which removals never follow; name the folder it leads to in XDG_CACHE_HOME "
-                                    "(or the XDG variable for that folder) to clean it");
-    }
-  }
-  const AnchoredRemoval removal = removeBeneath(start->top, start->path, measured->second);
-  if (removal.error == std::error_code(ESTALE, std::generic_category()) && removal.freed == 0) {
-    return ActionOutcome::failure("replaced since it was measured");
-  }
-  return outcomeOfRemoval(lastPathComponent(item.path), removal, item.size);
-}
-
 std::string historyName(const JunkCategory& category, std::size_t count) {
   return category.title + " (" + std::to_string(count) + (count == 1 ? " item)" : " items)");
 }
 
 }  // namespace
+
+ActionOutcome removeMeasuredJunk(const std::string& path, std::int64_t size, const FileIdentity& measured,
+                                 const Context& context) {
+  const auto start = removalStartOf(path, context);
+  if (!start) return ActionOutcome::failure("outside the folders it may delete from, so it was left alone");
+  // A folder the listing reached through a link (~/.cache kept on another disk) is never
+  // removed from the home folder: anyone could have put that link there. The user names
+  // the folder it leads to, and it becomes a root of its own.
+  if (start->top == context.home) {
+    if (const auto link = linkOnTheWay(path, context.home)) {
+      return ActionOutcome::failure("it is reached through the link " + tildePath(*link, context.home) +
+                                    ", which removals never follow; name the folder it leads to in XDG_CACHE_HOME "
+                                    "(or the XDG variable for that folder) to clean it");
+    }
+  }
+  const AnchoredRemoval removal = removeBeneath(start->top, start->path, measured);
+  if (removal.error == std::error_code(ESTALE, std::generic_category()) && removal.freed == 0) {
+    return ActionOutcome::failure("replaced since it was measured");
+  }
+  return outcomeOfRemoval(lastPathComponent(path), removal, size);
+}
 
 JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
                            const std::map<std::string, FileIdentity>& identities, const Context& context,
@@ -74,7 +72,9 @@ JunkCleanOutcome cleanJunk(const std::vector<const JunkCategory*>& categories,
     std::vector<RemovalItem> removals;
     for (const auto& item : items) {
       removals.push_back(RemovalItem::deletion(item.path, [&item, &identities](const Context& context) {
-        return removeIfUnchanged(item, identities, context);
+        const auto measured = identities.find(item.path);
+        if (measured == identities.end()) return ActionOutcome::failure("replaced since it was measured");
+        return removeMeasuredJunk(item.path, item.size, measured->second, context);
       }));
     }
     RemovalOptions options;

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "core/action_outcome.h"
 #include "core/context.h"
 #include "fs/file_identity.h"
 #include "junk/junk_category.h"
@@ -27,6 +28,12 @@ struct JunkCleanOutcome {
   std::int64_t deleted = 0;
   std::vector<JunkFailure> failed;  // in the order tried
 };
+
+// Deletes one measured path as a clean does: from the trusted folder it lies in, no link
+// followed (also none on the way down from the home folder), no other file system
+// entered, and only while it is still the object that was measured.
+[[nodiscard]] ActionOutcome removeMeasuredJunk(const std::string& path, std::int64_t size, const FileIdentity& measured,
+                                               const Context& context);
 
 // Deletes every item of the given categories, one after another, through the removal
 // service and the disk scanner's guarded removal (inside the home folder, or below an XDG

@@ -11,9 +11,9 @@
 #include "screens/ide_leftovers.h"
 #include "screens/large_files.h"
 #include "screens/projects.h"
-#include "screens/providers.h"
 #include "screens/sample_data.h"
 #include "screens/simulators.h"
+#include "screens/smart_clean.h"
 #include "screens/system_data.h"
 #include "screens/toolchains.h"
 #include "screens/uninstaller.h"
@@ -42,7 +42,7 @@ std::vector<DevScreen> makeCleanup() {
       {Pane::clean, "Smart Clean", "wind",
        "Caches, logs, Xcode and package-manager leftovers, and your Trash. Apps rebuild everything here on "
        "their own.",
-       "Clean", Bar::none, true, [](const Context&) { return SmartCleanScreen::load(); }},
+       "Clean", Bar::none, true, [](const Context& context) { return SmartClean::load(context); }},
       {Pane::large, "Large & Old Files", "doc.badge.clock",
        "Big files, downloads you haven't touched in months, old screenshots and recordings, app builds and "
        "Mail downloads. Everything goes to the Trash, so you can change your mind.",

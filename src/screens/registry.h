@@ -68,7 +68,4 @@ struct Screens {
                                                                           const Context& context);
 };
 
-// The note of a screen whose scanner this build does not have yet.
-inline constexpr const char* unavailableScreenNote = "This screen isn't available in this build yet.";
-
 }  // namespace tw

@@ -17,21 +17,13 @@
 #include "app_test.h"
 #include "core/format.h"
 #include "core/scan_cache.h"
+#include "sample_home.h"
 #include "screens/registry.h"
 
 namespace tw::app {
 namespace {
 
 constexpr int paneRole = Qt::UserRole;
-
-Context sampleContext(const QString& home) {
-  const std::string root = home.toStdString();
-  return Context::fromEnvironment({{"HOME", root},
-                                   {"XDG_DATA_HOME", root + "/.local/share"},
-                                   {"XDG_CONFIG_HOME", root + "/.config"},
-                                   {"XDG_CACHE_HOME", root + "/.cache"},
-                                   {"TIDEWARDEN_SNAPSHOT", "1"}});
-}
 
 QString text(const std::string& value) { return QString::fromStdString(value); }
 
