@@ -6,6 +6,7 @@
 #include <QSplitter>
 #include <QStackedWidget>
 
+#include "app/history_view.h"
 #include "app/pane_view.h"
 #include "app/sidebar.h"
 
@@ -81,7 +82,7 @@ void MainWindow::addViews() {
   add(Pane::overview, placeholder(tr("The overview of your disk and every screen's size will be here."), stack_));
   add(Pane::lens, placeholder(tr("Space Lens will show what fills a folder, as a map of its biggest parts."), stack_));
   add(Pane::trash, placeholder(tr("The Trash will list what it holds, to restore or remove for good."), stack_));
-  add(Pane::history, placeholder(tr("The history of every removal will be listed here."), stack_));
+  add(Pane::history, new HistoryView(context_, stack_));
   for (const auto& screen : Screens::all()) add(screen.pane, new PaneView(screen, panes_.at(screen.pane), stack_));
 }
 

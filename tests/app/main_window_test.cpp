@@ -17,6 +17,7 @@
 #include "core/format.h"
 #include "core/scan_cache.h"
 #include "screens/registry.h"
+#include "views_test.h"
 
 namespace tw::app {
 namespace {
@@ -257,7 +258,8 @@ int main(int argc, char** argv) {
   int count = static_cast<int>(arguments.size());
   QApplication application(count, arguments.data());
   tw::app::MainWindowTest test;
-  return QTest::qExec(&test, count, arguments.data());
+  const int windowFailures = QTest::qExec(&test, count, arguments.data());
+  return windowFailures + tw::app::runViewsTests(count, arguments.data());
 }
 
 #include "main_window_test.moc"

@@ -1,0 +1,243 @@
+#include "views_test.h"
+
+#include <functional>
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTableView>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
+
+#include <nlohmann/json.hpp>
+
+#include "app/appearance.h"
+#include "app/history_view.h"
+#include "app/main_window.h"
+#include "app/qt_dispatcher.h"
+#include "core/format.h"
+#include "core/history.h"
+
+namespace tw::app {
+namespace {
+
+Context homeContext(const QString& home) {
+  const std::string root = home.toStdString();
+  return Context::fromEnvironment({{"HOME", root},
+                                   {"XDG_DATA_HOME", root + "/.local/share"},
+                                   {"XDG_CONFIG_HOME", root + "/.config"},
+                                   {"XDG_CACHE_HOME", root + "/.cache"}});
+}
+
+QString text(const std::string& value) { return QString::fromStdString(value); }
+
+QByteArray contents(const std::string& path) {
+  QFile file(text(path));
+  return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void write(const std::string& path, const QByteArray& bytes) {
+  QVERIFY(QDir().mkpath(QFileInfo(text(path)).absolutePath()));
+  QFile file(text(path));
+  QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+  QCOMPARE(file.write(bytes), bytes.size());
+}
+
+// Three removals as the log keeps them: oldest first.
+void writeThreeRemovals(const Context& context) {
+  const nlohmann::json log = nlohmann::json::array({{{"id", "0b8a5a3e-5f6c-4d1e-9a51-4f8f2b7c0001"},
+                                                     {"date", "2026-03-01T09:00:00Z"},
+                                                     {"category", "Developer"},
+                                                     {"name", "site/node_modules"},
+                                                     {"bytes", 1'234'000'000},
+                                                     {"restore", "Run npm install again"}},
+                                                    {{"id", "0b8a5a3e-5f6c-4d1e-9a51-4f8f2b7c0002"},
+                                                     {"date", "2026-04-02T10:30:00Z"},
+                                                     {"category", "Trash"},
+                                                     {"name", "old-backup.tar"},
+                                                     {"bytes", 52'000'000}},
+                                                    {{"id", "0b8a5a3e-5f6c-4d1e-9a51-4f8f2b7c0003"},
+                                                     {"date", "2026-05-03T17:45:00Z"},
+                                                     {"category", "Auto-clean · Smart Clean"},
+                                                     {"name", "Caches"},
+                                                     {"bytes", 800'000},
+                                                     {"restore", "Rebuilt as apps run"}}});
+  write(context.history->filePath(), QByteArray::fromStdString(log.dump()));
+}
+
+QStringList column(const QTableView& table, int column) {
+  QStringList cells;
+  for (int row = 0; row < table.model()->rowCount(); ++row)
+    cells << table.model()->index(row, column).data().toString();
+  return cells;
+}
+
+// Answers the next modal message box once it is up: `answer` looks at it and clicks.
+void answerNextQuestion(std::function<void(QMessageBox&)> answer) {
+  auto* poll = new QTimer(qApp);
+  poll->setInterval(10);
+  QObject::connect(poll, &QTimer::timeout, poll, [poll, answer = std::move(answer)] {
+    auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+    if (!box || !box->isVisible()) return;
+    poll->stop();
+    poll->deleteLater();
+    answer(*box);
+  });
+  poll->start();
+}
+
+QAbstractButton* buttonNamed(QMessageBox& box, const QString& name) {
+  for (QAbstractButton* button : box.buttons()) {
+    if (button->objectName() == name) return button;
+  }
+  return nullptr;
+}
+
+}  // namespace
+
+class ViewsTest : public QObject {
+  Q_OBJECT
+
+ private slots:
+  void init() {
+    home_ = std::make_unique<QTemporaryDir>();
+    QVERIFY(home_->isValid());
+    context_ = homeContext(home_->path());
+  }
+  void cleanup() { home_.reset(); }
+
+  void theHistoryListsRemovalsNewestFirstWithTheirSizes() {
+    writeThreeRemovals(context_);
+    MainWindow window(context_, qtDispatcher());
+    window.show();
+    window.showPane(Pane::history);
+    auto* table = window.findChild<QTableView*>(QStringLiteral("entries"));
+    QVERIFY(table && table->isVisible());
+
+    QCOMPARE(
+        column(*table, HistoryView::nameColumn),
+        (QStringList{QStringLiteral("Caches"), QStringLiteral("old-backup.tar"), QStringLiteral("site/node_modules")}));
+    QCOMPARE(column(*table, HistoryView::sizeColumn),
+             (QStringList{text(byteFormatter(800'000)), text(byteFormatter(52'000'000)),
+                          text(byteFormatter(1'234'000'000))}));
+    QCOMPARE(column(*table, HistoryView::sizeColumn).value(2), QStringLiteral("1.23 GB"));
+    QCOMPARE(column(*table, HistoryView::restoreColumn),
+             (QStringList{QStringLiteral("Rebuilt as apps run"), QString(), QStringLiteral("Run npm install again")}));
+    QCOMPARE(column(*table, HistoryView::categoryColumn).value(0), QStringLiteral("Auto-clean · Smart Clean"));
+
+    // A removal made while the window is open shows the next time the view is shown.
+    context_.history->record("Developer", "api/target", 7'000'000'000, std::nullopt);
+    window.showPane(Pane::overview);
+    window.showPane(Pane::history);
+    QCOMPARE(table->model()->rowCount(), 4);
+    QCOMPARE(table->model()->index(0, HistoryView::nameColumn).data().toString(), QStringLiteral("api/target"));
+  }
+
+  void typingInTheSearchFieldNarrowsTheRowsByNameCategoryOrHint() {
+    writeThreeRemovals(context_);
+    MainWindow window(context_, qtDispatcher());
+    window.show();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+    window.showPane(Pane::history);
+    auto* table = window.findChild<QTableView*>(QStringLiteral("entries"));
+    auto* search = window.findChild<QLineEdit*>(QStringLiteral("search"));
+    QVERIFY(table && search);
+
+    // Ctrl+F reaches the field from anywhere in the window while the history is shown.
+    table->setFocus();
+    QTest::keyClick(&window, Qt::Key_F, Qt::ControlModifier);
+    QVERIFY(search->hasFocus());
+
+    QTest::keyClicks(search, QStringLiteral("BACKUP"));  // by name, any case
+    QCOMPARE(column(*table, HistoryView::nameColumn), QStringList{QStringLiteral("old-backup.tar")});
+    search->clear();
+    QTest::keyClicks(search, QStringLiteral("auto-clean"));  // by category
+    QCOMPARE(column(*table, HistoryView::nameColumn), QStringList{QStringLiteral("Caches")});
+    search->clear();
+    QTest::keyClicks(search, QStringLiteral("npm install"));  // by restore hint
+    QCOMPARE(column(*table, HistoryView::nameColumn), QStringList{QStringLiteral("site/node_modules")});
+    search->clear();
+    QTest::keyClicks(search, QStringLiteral("nothing like this"));
+    QCOMPARE(table->model()->rowCount(), 0);
+    auto* note = window.findChild<QWidget*>(QStringLiteral("history"))->findChild<QLabel*>(QStringLiteral("note"));
+    QVERIFY(note && note->isVisible() && note->text().contains(QStringLiteral("nothing like this")));
+    search->clear();
+    QCOMPARE(table->model()->rowCount(), 3);
+  }
+
+  void clearingTheHistoryAsksFirstAndCancelKeepsIt() {
+    writeThreeRemovals(context_);
+    const QByteArray before = contents(context_.history->filePath());
+    HistoryView view(context_);
+    view.show();
+    auto* clear = view.findChild<QPushButton*>(QStringLiteral("clearHistory"));
+    QVERIFY(clear && clear->isEnabled());
+
+    bool cancelWasDefault = false;
+    answerNextQuestion([&](QMessageBox& box) {
+      cancelWasDefault = box.defaultButton() == box.button(QMessageBox::Cancel);
+      // Return presses the default button: the answer a hurried user gives.
+      QTest::keyClick(&box, Qt::Key_Return);
+    });
+    clear->click();
+    QVERIFY(cancelWasDefault);
+    QCOMPARE(contents(context_.history->filePath()), before);
+    QCOMPARE(view.findChild<QTableView*>(QStringLiteral("entries"))->model()->rowCount(), 3);
+
+    answerNextQuestion([&](QMessageBox& box) { buttonNamed(box, QStringLiteral("confirm"))->click(); });
+    clear->click();
+    QVERIFY(context_.history->entries().empty());
+    QVERIFY(!QFile::exists(text(context_.history->filePath())));
+    QCOMPARE(view.findChild<QTableView*>(QStringLiteral("entries"))->model()->rowCount(), 0);
+    QVERIFY(!clear->isEnabled());
+  }
+
+  void aDamagedHistoryFileShowsAsAnEmptyTable() {
+    QByteArray garbage("[{\"id\": \"x\", \"date\": 12, \"bytes\": \xff\xfe\x00\x01", 40);
+    garbage.append(QByteArray(4096, '\x9c'));
+    write(context_.history->filePath(), garbage);
+    HistoryView view(context_);
+    view.show();
+    auto* table = view.findChild<QTableView*>(QStringLiteral("entries"));
+    auto* note = view.findChild<QLabel*>(QStringLiteral("note"));
+    QVERIFY(table && note);
+    QCOMPARE(table->model()->rowCount(), 0);
+    QVERIFY(note->isVisible());
+    // Reading it leaves it as it was.
+    QCOMPARE(contents(context_.history->filePath()), garbage);
+  }
+
+  void theHistoryIsPhotographedInLightAndDark() {
+    writeThreeRemovals(context_);
+    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
+    QVERIFY(folder.mkpath(QStringLiteral(".")));
+    for (const auto& [appearance, suffix] :
+         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+      applyAppearance(appearance);
+      MainWindow window(context_, qtDispatcher());
+      window.show();
+      window.showPane(Pane::history);
+      QApplication::processEvents();
+      QVERIFY(window.grab().save(folder.filePath(QStringLiteral("history") + suffix + QStringLiteral(".png"))));
+    }
+    applyAppearance(Appearance::light);
+  }
+
+ private:
+  std::unique_ptr<QTemporaryDir> home_;
+  Context context_;
+};
+
+int runViewsTests(int argc, char** argv) {
+  ViewsTest test;
+  return QTest::qExec(&test, argc, argv);
+}
+
+}  // namespace tw::app
+
+#include "views_test.moc"
