@@ -3,12 +3,15 @@
 #include <functional>
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QDir>
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QTableView>
 #include <QTemporaryDir>
 #include <QTest>
@@ -20,8 +23,11 @@
 #include "app/history_view.h"
 #include "app/main_window.h"
 #include "app/qt_dispatcher.h"
+#include "app/settings_window.h"
+#include "automation/prefs.h"
 #include "core/format.h"
 #include "core/history.h"
+#include "core/settings.h"
 
 namespace tw::app {
 namespace {
@@ -96,6 +102,23 @@ QAbstractButton* buttonNamed(QMessageBox& box, const QString& name) {
     if (button->objectName() == name) return button;
   }
   return nullptr;
+}
+
+nlohmann::json savedSettings(const Context& context) {
+  return nlohmann::json::parse(contents(context.settings->path()).toStdString(), nullptr, false);
+}
+
+bool ticked(const QWidget& window, const char* key) {
+  return window.findChild<QCheckBox*>(QLatin1String(key))->isChecked();
+}
+
+int number(const QWidget& window, const char* key) { return window.findChild<QSpinBox*>(QLatin1String(key))->value(); }
+
+void photograph(QWidget& window, const QString& name) {
+  const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
+  QVERIFY(folder.mkpath(QStringLiteral(".")));
+  QApplication::processEvents();
+  QVERIFY(window.grab().save(folder.filePath(name + QStringLiteral(".png"))));
 }
 
 }  // namespace
@@ -225,6 +248,125 @@ class ViewsTest : public QObject {
       QApplication::processEvents();
       QVERIFY(window.grab().save(folder.filePath(QStringLiteral("history") + suffix + QStringLiteral(".png"))));
     }
+    applyAppearance(Appearance::light);
+  }
+
+  void theSettingsOfAFreshHomeShowTheDefaultsAndWriteNothing() {
+    MainWindow main(context_, qtDispatcher());
+    main.show();
+    QVERIFY(QTest::qWaitForWindowActive(&main));
+    QTest::keyClick(&main, Qt::Key_Comma, Qt::ControlModifier);
+    auto* window = main.findChild<SettingsWindow*>();
+    QVERIFY(window && window->isVisible());
+
+    for (const char* on : {Prefs::menuBarEnabled, Prefs::menuBarShowsFree, Prefs::lowSpaceAlert}) {
+      QVERIFY2(ticked(*window, on), on);
+    }
+    for (const char* off :
+         {Prefs::ruleSmartClean, Prefs::ruleDerivedData, Prefs::ruleProjectLeftovers, Prefs::ruleMergedWorktrees}) {
+      QVERIFY2(!ticked(*window, off), off);
+    }
+    QCOMPARE(number(*window, Prefs::lowSpaceGB), 20);
+    QCOMPARE(number(*window, Prefs::ruleIntervalDays), 7);
+    QCOMPARE(number(*window, Prefs::ruleProjectLeftoverDays), 60);
+    QCOMPARE(window->findChild<QListWidget*>(QStringLiteral("projectRoots"))->count(), 0);
+    QVERIFY(!window->findChild<QCheckBox*>(QStringLiteral("openAtLogin"))->isChecked());
+    QVERIFY(!window->findChild<QLabel*>(QStringLiteral("damage"))->isVisible());
+    // Looking changes nothing.
+    QVERIFY(!QFile::exists(text(context_.settings->path())));
+  }
+
+  void aChangedSwitchAndThresholdAreSavedAndReadBack() {
+    {
+      SettingsWindow window(context_);
+      window.show();
+      auto* threshold = window.findChild<QSpinBox*>(QLatin1String(Prefs::lowSpaceGB));
+      threshold->setFocus();
+      threshold->selectAll();
+      QTest::keyClicks(threshold, QStringLiteral("35"));
+      window.findChild<QCheckBox*>(QLatin1String(Prefs::lowSpaceAlert))->click();
+      window.findChild<QCheckBox*>(QLatin1String(Prefs::ruleMergedWorktrees))->click();
+      QVERIFY(!threshold->isEnabled());  // the threshold means nothing without the alert
+
+      const nlohmann::json saved = savedSettings(context_);
+      QVERIFY2(saved.is_object(), contents(context_.settings->path()).constData());
+      QCOMPARE(saved.value(Prefs::lowSpaceGB, 0), 35);
+      QCOMPARE(saved.value(Prefs::lowSpaceAlert, true), false);
+      QCOMPARE(saved.value(Prefs::ruleMergedWorktrees, false), true);
+      photograph(window, QStringLiteral("settings"));
+    }
+    // Another process reading the same file, and a window opened later, see the same.
+    const Context later = homeContext(home_->path());
+    Prefs::registerDefaults(*later.settings);
+    QCOMPARE(later.settings->integer(Prefs::lowSpaceGB), 35);
+    QVERIFY(!later.settings->boolean(Prefs::lowSpaceAlert));
+    SettingsWindow reopened(later);
+    QCOMPARE(number(reopened, Prefs::lowSpaceGB), 35);
+    QVERIFY(!ticked(reopened, Prefs::lowSpaceAlert));
+    QVERIFY(ticked(reopened, Prefs::ruleMergedWorktrees));
+    QVERIFY(ticked(reopened, Prefs::menuBarEnabled));
+  }
+
+  void projectRootsAreAddedAndRemovedInTheSettings() {
+    const QString code = QDir(home_->path()).filePath(QStringLiteral("Code"));
+    QVERIFY(QDir().mkpath(code));
+    SettingsWindow window(context_);
+    window.show();
+    window.addProjectRoot(code);
+    window.addProjectRoot(code + QStringLiteral("/"));  // the same folder once
+    auto* roots = window.findChild<QListWidget*>(QStringLiteral("projectRoots"));
+    QCOMPARE(roots->count(), 1);
+    QCOMPARE(roots->item(0)->text(), QStringLiteral("~/Code"));
+    QCOMPARE(DevSettings::configuredProjectRoots(*homeContext(home_->path()).settings),
+             std::vector<std::string>{code.toStdString()});
+
+    roots->setCurrentRow(0);
+    window.findChild<QPushButton*>(QStringLiteral("removeProjectRoot"))->click();
+    QCOMPARE(roots->count(), 0);
+    // With none chosen the screens look in the home folder again.
+    QCOMPARE(DevSettings::projectRoots(homeContext(home_->path())), std::vector<std::string>{context_.home});
+  }
+
+  void openAtLoginWritesAndRemovesTheAutostartEntry() {
+    const QString entry = text(context_.configHome + "/autostart/tidewarden.desktop");
+    SettingsWindow window(context_);
+    window.show();
+    auto* login = window.findChild<QCheckBox*>(QStringLiteral("openAtLogin"));
+    login->click();
+    QVERIFY(QFile::exists(entry));
+    QVERIFY(!window.findChild<QLabel*>(QStringLiteral("loginProblem"))->isVisible());
+    SettingsWindow reopened(context_);
+    QVERIFY(reopened.findChild<QCheckBox*>(QStringLiteral("openAtLogin"))->isChecked());
+    login->click();
+    QVERIFY(!QFile::exists(entry));
+  }
+
+  void aDamagedSettingsFileIsShownAndLeftByteForByte() {
+    // Cut short inside a key, with bytes that are not text.
+    const QByteArray damaged = QByteArray("{\"lowSpaceGB\": 12, \"menuBar") + QByteArray("\xff\xfe\x00", 3);
+    write(context_.settings->path(), damaged);
+    SettingsWindow window(context_);
+    window.show();
+    auto* banner = window.findChild<QLabel*>(QStringLiteral("damage"));
+    QVERIFY(banner && banner->isVisible());
+    QVERIFY(banner->text().contains(text(context_.settings->path())));
+    auto* alert = window.findChild<QCheckBox*>(QLatin1String(Prefs::lowSpaceAlert));
+    QVERIFY(!alert->isEnabled());
+    QCOMPARE(number(window, Prefs::lowSpaceGB), 20);  // the defaults, not half a file
+    photograph(window, QStringLiteral("settings-damaged"));
+
+    // Even a change that reaches the store some other way leaves the file alone.
+    alert->setChecked(false);
+    window.findChild<QSpinBox*>(QLatin1String(Prefs::lowSpaceGB))->setValue(50);
+    window.addProjectRoot(home_->path());
+    QCOMPARE(contents(context_.settings->path()), damaged);
+  }
+
+  void theSettingsArePhotographedDark() {
+    applyAppearance(Appearance::dark);
+    SettingsWindow window(context_);
+    window.show();
+    photograph(window, QStringLiteral("settings-dark"));
     applyAppearance(Appearance::light);
   }
 
