@@ -147,6 +147,7 @@ QWidget* SettingsWindow::makeRootsSection() {
   roots_->setObjectName(QStringLiteral("projectRoots"));
   roots_->setAccessibleName(tr("Project roots"));
   roots_->setMinimumHeight(90);
+  roots_->setStyleSheet(QStringLiteral("QListWidget#projectRoots::item { padding: 3px 2px; }"));
   auto* add = new QPushButton(tr("Add Folder…"), section);
   add->setObjectName(QStringLiteral("addProjectRoot"));
   removeRoot_ = new QPushButton(tr("Remove"), section);

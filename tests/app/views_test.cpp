@@ -22,6 +22,7 @@
 #include "app/appearance.h"
 #include "app/history_view.h"
 #include "app/main_window.h"
+#include "app/onboarding.h"
 #include "app/qt_dispatcher.h"
 #include "app/settings_window.h"
 #include "automation/prefs.h"
@@ -106,6 +107,13 @@ QAbstractButton* buttonNamed(QMessageBox& box, const QString& name) {
 
 nlohmann::json savedSettings(const Context& context) {
   return nlohmann::json::parse(contents(context.settings->path()).toStdString(), nullptr, false);
+}
+
+// A project: a folder with a manifest in it.
+void makeProject(const QString& home, const QString& folder, const QString& manifest) {
+  const QDir root(home);
+  QVERIFY(root.mkpath(folder));
+  write(root.filePath(folder + QLatin1Char('/') + manifest).toStdString(), "{}\n");
 }
 
 bool ticked(const QWidget& window, const char* key) {
@@ -367,6 +375,47 @@ class ViewsTest : public QObject {
     SettingsWindow window(context_);
     window.show();
     photograph(window, QStringLiteral("settings-dark"));
+    applyAppearance(Appearance::light);
+  }
+
+  void theFirstStartOffersTheFoldersWithCodeAndSavesTheTickedOnes() {
+    makeProject(home_->path(), QStringLiteral("Code/site"), QStringLiteral("package.json"));
+    makeProject(home_->path(), QStringLiteral("Code/engine"), QStringLiteral("Cargo.toml"));
+    makeProject(home_->path(), QStringLiteral("work/tool"), QStringLiteral("package.json"));
+    write(QDir(home_->path()).filePath(QStringLiteral("Documents/notes.txt")).toStdString(), "notes\n");
+    QVERIFY(Onboarding::needed(context_));
+
+    Onboarding onboarding(context_);
+    onboarding.show();
+    auto* folders = onboarding.findChild<QListWidget*>(QStringLiteral("codeFolders"));
+    QTRY_COMPARE_WITH_TIMEOUT(folders->count(), 2, 10'000);
+    // The fullest first; a folder without projects is not offered.
+    QCOMPARE(folders->item(0)->text(), QStringLiteral("~/Code  ·  2 projects"));
+    QCOMPARE(folders->item(1)->text(), QStringLiteral("~/work  ·  1 project"));
+    QCOMPARE(folders->item(1)->checkState(), Qt::Checked);
+    photograph(onboarding, QStringLiteral("onboarding"));
+
+    folders->item(1)->setCheckState(Qt::Unchecked);
+    onboarding.findChild<QPushButton*>(QStringLiteral("continue"))->click();
+    QCOMPARE(onboarding.result(), int(QDialog::Accepted));
+    const Context later = homeContext(home_->path());
+    QCOMPARE(DevSettings::configuredProjectRoots(*later.settings),
+             std::vector<std::string>{QDir(home_->path()).filePath(QStringLiteral("Code")).toStdString()});
+    QVERIFY(!Onboarding::needed(later));
+
+    // Asked for, it comes again.
+    Context asked = later;
+    asked.env["TIDEWARDEN_ONBOARDING"] = "1";
+    QVERIFY(Onboarding::needed(asked));
+  }
+
+  void onboardingIsPhotographedDark() {
+    makeProject(home_->path(), QStringLiteral("src/app"), QStringLiteral("Cargo.toml"));
+    applyAppearance(Appearance::dark);
+    Onboarding onboarding(context_);
+    onboarding.show();
+    QTRY_COMPARE_WITH_TIMEOUT(onboarding.findChild<QListWidget*>(QStringLiteral("codeFolders"))->count(), 1, 10'000);
+    photograph(onboarding, QStringLiteral("onboarding-dark"));
     applyAppearance(Appearance::light);
   }
 
