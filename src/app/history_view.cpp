@@ -91,7 +91,7 @@ HistoryView::HistoryView(Context context, QWidget* parent) : QWidget(parent), co
   auto* find = new QShortcut(QKeySequence::Find, this);
   find->setContext(Qt::WindowShortcut);
   connect(find, &QShortcut::activated, this, &HistoryView::focusSearch);
-  reload();
+  showCounts();  // the log itself is read when the view is shown
 }
 
 QWidget* HistoryView::makeHeader() {

@@ -17,6 +17,7 @@
 
 #include "automation/login_item.h"
 #include "automation/prefs.h"
+#include "core/platform_words.h"
 #include "core/settings.h"
 #include "fs/path.h"
 
@@ -69,7 +70,7 @@ SettingsWindow::SettingsWindow(Context context, QWidget* parent) : QDialog(paren
 
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(damage_);
-  layout->addWidget(makeMenuBarSection());
+  layout->addWidget(makeStatusIconSection());
   layout->addWidget(makeLowSpaceSection());
   layout->addWidget(makeRulesSection());
   layout->addWidget(makeRootsSection(), 1);
@@ -104,10 +105,11 @@ QSpinBox* SettingsWindow::addNumber(const char* key, int minimum, int maximum, c
   return number;
 }
 
-QWidget* SettingsWindow::makeMenuBarSection() {
-  auto* section = new QGroupBox(tr("Menu bar"), this);
+QWidget* SettingsWindow::makeStatusIconSection() {
+  auto* section = new QGroupBox(tr("Status icon"), this);
   auto* layout = new QVBoxLayout(section);
-  layout->addWidget(addSwitch(Prefs::menuBarEnabled, tr("Show Tidewarden in the menu bar")));
+  const QString place = text(platformWords().statusArea);
+  layout->addWidget(addSwitch(Prefs::menuBarEnabled, tr("Show Tidewarden in %1").arg(place)));
   layout->addWidget(addSwitch(Prefs::menuBarShowsFree, tr("Show the free space next to its icon")));
   return section;
 }

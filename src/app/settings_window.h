@@ -33,7 +33,7 @@ class SettingsWindow : public QDialog {
   void showEvent(QShowEvent* event) override;
 
  private:
-  QWidget* makeMenuBarSection();
+  QWidget* makeStatusIconSection();
   QWidget* makeLowSpaceSection();
   QWidget* makeRulesSection();
   QWidget* makeRootsSection();

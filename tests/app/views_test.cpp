@@ -28,6 +28,7 @@
 #include "automation/prefs.h"
 #include "core/format.h"
 #include "core/history.h"
+#include "core/platform_words.h"
 #include "core/settings.h"
 
 namespace tw::app {
@@ -274,6 +275,9 @@ class ViewsTest : public QObject {
          {Prefs::ruleSmartClean, Prefs::ruleDerivedData, Prefs::ruleProjectLeftovers, Prefs::ruleMergedWorktrees}) {
       QVERIFY2(!ticked(*window, off), off);
     }
+    // The status icon is named for where this desktop shows it.
+    QCOMPARE(window->findChild<QCheckBox*>(QLatin1String(Prefs::menuBarEnabled))->text(),
+             QStringLiteral("Show Tidewarden in ") + text(platformWords().statusArea));
     QCOMPARE(number(*window, Prefs::lowSpaceGB), 20);
     QCOMPARE(number(*window, Prefs::ruleIntervalDays), 7);
     QCOMPARE(number(*window, Prefs::ruleProjectLeftoverDays), 60);
