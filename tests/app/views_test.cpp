@@ -230,7 +230,8 @@ class ViewsTest : public QObject {
   }
 
   void aDamagedHistoryFileShowsAsAnEmptyTable() {
-    QByteArray garbage("[{\"id\": \"x\", \"date\": 12, \"bytes\": \xff\xfe\x00\x01", 40);
+    // An array cut short at a value that is not text, then bytes of nothing.
+    QByteArray garbage = QByteArray("[{\"id\": \"x\", \"date\": 12, \"bytes\": ") + QByteArray("\xff\xfe\x00\x01", 4);
     garbage.append(QByteArray(4096, '\x9c'));
     write(context_.history->filePath(), garbage);
     HistoryView view(context_);
