@@ -12,6 +12,7 @@
 #include <QTableView>
 #include <QVBoxLayout>
 
+#include "app/labels.h"
 #include "core/format.h"
 #include "core/history.h"
 #include "core/sizes.h"
@@ -71,11 +72,9 @@ HistoryView::HistoryView(Context context, QWidget* parent) : QWidget(parent), co
   table_->horizontalHeader()->setSectionResizeMode(nameColumn, QHeaderView::Stretch);
   table_->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
 
-  empty_ = new QLabel(this);
+  empty_ = quietLabel(QString(), this);
   empty_->setObjectName(QStringLiteral("note"));
   empty_->setAlignment(Qt::AlignCenter);
-  empty_->setWordWrap(true);
-  empty_->setForegroundRole(QPalette::PlaceholderText);
 
   auto* layout = new QVBoxLayout(this);
   layout->addWidget(makeHeader());
@@ -96,14 +95,8 @@ HistoryView::HistoryView(Context context, QWidget* parent) : QWidget(parent), co
 
 QWidget* HistoryView::makeHeader() {
   auto* header = new QWidget(this);
-  auto* title = new QLabel(tr("History"), header);
-  QFont font = title->font();
-  font.setPointSizeF(font.pointSizeF() * 1.6);
-  font.setBold(true);
-  title->setFont(font);
-  auto* blurb = new QLabel(tr("Everything Tidewarden removed, newest first, and how to get it back."), header);
-  blurb->setWordWrap(true);
-  blurb->setForegroundRole(QPalette::PlaceholderText);
+  auto* title = titleLabel(tr("History"), header);
+  auto* blurb = quietLabel(tr("Everything Tidewarden removed, newest first, and how to get it back."), header);
   search_ = new QLineEdit(header);
   search_->setObjectName(QStringLiteral("search"));
   search_->setAccessibleName(tr("Search the history"));

@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "app/code_folders.h"
+#include "app/labels.h"
 #include "core/settings.h"
 #include "fs/path.h"
 
@@ -33,11 +34,7 @@ Onboarding::Onboarding(Context context, QWidget* parent) : QDialog(parent), cont
   setObjectName(QStringLiteral("onboarding"));
   setWindowTitle(tr("Welcome to Tidewarden"));
 
-  auto* title = new QLabel(tr("Welcome to Tidewarden"), this);
-  QFont font = title->font();
-  font.setPointSizeF(font.pointSizeF() * 1.6);
-  font.setBold(true);
-  title->setFont(font);
+  auto* title = titleLabel(tr("Welcome to Tidewarden"), this);
   auto* about = new QLabel(
       tr("Tidewarden finds the space that development work leaves behind: build output and dependencies in your "
          "projects, caches, logs, toolchains, Docker data and more. Nothing is removed until you have seen it listed "
@@ -47,10 +44,8 @@ Onboarding::Onboarding(Context context, QWidget* parent) : QDialog(parent), cont
   about->setObjectName(QStringLiteral("about"));
   about->setWordWrap(true);
 
-  status_ = new QLabel(tr("Looking for folders with code under your home folder…"), this);
+  status_ = quietLabel(tr("Looking for folders with code under your home folder…"), this);
   status_->setObjectName(QStringLiteral("status"));
-  status_->setWordWrap(true);
-  status_->setForegroundRole(QPalette::PlaceholderText);
   folders_ = new QListWidget(this);
   folders_->setObjectName(QStringLiteral("codeFolders"));
   folders_->setAccessibleName(tr("Folders with code"));

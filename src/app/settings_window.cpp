@@ -15,6 +15,7 @@
 #include <QSpinBox>
 #include <QVBoxLayout>
 
+#include "app/labels.h"
 #include "automation/login_item.h"
 #include "automation/prefs.h"
 #include "core/platform_words.h"
@@ -27,13 +28,6 @@ namespace {
 constexpr int pathRole = Qt::UserRole;
 
 QString text(const std::string& value) { return QString::fromStdString(value); }
-
-QLabel* explanation(const QString& words, QWidget* parent) {
-  auto* label = new QLabel(words, parent);
-  label->setWordWrap(true);
-  label->setForegroundRole(QPalette::PlaceholderText);
-  return label;
-}
 
 // A control with the words around it on one line: "Warn below [20] GB".
 QWidget* inLine(const QString& before, QWidget* control, QWidget* parent) {
@@ -126,7 +120,7 @@ QWidget* SettingsWindow::makeRulesSection() {
   auto* section = new QGroupBox(tr("Automatic cleanup"), this);
   auto* layout = new QVBoxLayout(section);
   layout->addWidget(
-      explanation(tr("While Tidewarden runs, it removes these on its own and lists them in the History."), section));
+      quietLabel(tr("While Tidewarden runs, it removes these on its own and lists them in the History."), section));
   layout->addWidget(addSwitch(Prefs::ruleSmartClean, tr("Empty the safe Smart Clean categories")));
   layout->addWidget(addSwitch(Prefs::ruleDerivedData, tr("Remove Xcode's DerivedData")));
   auto* leftovers = addSwitch(Prefs::ruleProjectLeftovers, tr("Remove build artifacts of projects untouched for"));
@@ -165,7 +159,7 @@ QWidget* SettingsWindow::makeRootsSection() {
   buttons->addWidget(removeRoot_);
   buttons->addStretch(1);
   auto* layout = new QVBoxLayout(section);
-  layout->addWidget(explanation(
+  layout->addWidget(quietLabel(
       tr("The folders where the developer screens look for projects. With none chosen, your home folder."), section));
   layout->addWidget(roots_, 1);
   layout->addLayout(buttons);
