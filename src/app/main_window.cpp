@@ -3,11 +3,15 @@
 #include <QAction>
 #include <QApplication>
 #include <QLabel>
+#include <QPushButton>
 #include <QSplitter>
 #include <QStackedWidget>
+#include <QVBoxLayout>
 
+#include "app/history_view.h"
 #include "app/overview_view.h"
 #include "app/pane_view.h"
+#include "app/settings_window.h"
 #include "app/sidebar.h"
 
 namespace tw::app {
@@ -33,7 +37,7 @@ MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
   addViews();
 
   auto* splitter = new QSplitter(this);
-  splitter->addWidget(sidebar_);
+  splitter->addWidget(sideColumn());
   splitter->addWidget(stack_);
   splitter->setStretchFactor(1, 1);
   splitter->setSizes({230, 770});
@@ -47,7 +51,7 @@ MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
 }
 
 // Ctrl+1 to Ctrl+9 open the first nine destinations in sidebar order; Ctrl+R rescans the
-// list on screen; Ctrl+Q quits.
+// list on screen; Ctrl+, opens the settings; Ctrl+Q quits.
 void MainWindow::addShortcuts() {
   std::vector<Pane> order;
   for (const auto& section : sidebarSections()) {
@@ -65,10 +69,37 @@ void MainWindow::addShortcuts() {
     if (auto* list = qobject_cast<PaneView*>(stack_->currentWidget())) list->rescan();
   });
   addAction(rescan);
+  auto* settings = new QAction(tr("Settings…"), this);
+  settings->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Comma));
+  connect(settings, &QAction::triggered, this, &MainWindow::openSettings);
+  addAction(settings);
   auto* quit = new QAction(tr("Quit"), this);
   quit->setShortcut(QKeySequence::Quit);
   connect(quit, &QAction::triggered, qApp, &QApplication::quit);
   addAction(quit);
+}
+
+// The sidebar with the way to the settings below it.
+QWidget* MainWindow::sideColumn() {
+  auto* column = new QWidget(this);
+  auto* open = new QPushButton(tr("Settings…"), column);
+  open->setObjectName(QStringLiteral("openSettings"));
+  open->setToolTip(tr("Settings (Ctrl+,)"));
+  open->setFlat(true);
+  connect(open, &QPushButton::clicked, this, &MainWindow::openSettings);
+  auto* layout = new QVBoxLayout(column);
+  layout->setContentsMargins(0, 0, 0, 6);
+  layout->setSpacing(6);
+  layout->addWidget(sidebar_, 1);
+  layout->addWidget(open, 0, Qt::AlignLeft);
+  return column;
+}
+
+void MainWindow::openSettings() {
+  if (!settings_) settings_ = new SettingsWindow(context_, this);
+  settings_->show();
+  settings_->raise();
+  settings_->activateWindow();
 }
 
 // The views go before the panes they observe; the panes then cancel and join their work.
@@ -84,7 +115,7 @@ void MainWindow::addViews() {
   add(Pane::overview, overview);
   add(Pane::lens, placeholder(tr("Space Lens will show what fills a folder, as a map of its biggest parts."), stack_));
   add(Pane::trash, placeholder(tr("The Trash will list what it holds, to restore or remove for good."), stack_));
-  add(Pane::history, placeholder(tr("The history of every removal will be listed here."), stack_));
+  add(Pane::history, new HistoryView(context_, stack_));
   for (const auto& screen : Screens::all()) add(screen.pane, new PaneView(screen, panes_.at(screen.pane), stack_));
 }
 

@@ -4,6 +4,7 @@
 
 #include "app/appearance.h"
 #include "app/main_window.h"
+#include "app/onboarding.h"
 #include "app/qt_dispatcher.h"
 #include "app/snapshots.h"
 #include "cli/window.h"
@@ -30,6 +31,10 @@ int openWindow(int& argc, char** argv, const Context& context) {
   QApplication::setDesktopFileName(QStringLiteral("tidewarden"));
   const app::Appearance appearance = app::appearanceFrom(context);
   app::applyAppearance(appearance);
+  if (app::Onboarding::needed(context)) {
+    app::Onboarding onboarding(context);
+    onboarding.exec();
+  }
   app::MainWindow window(context, app::qtDispatcher());
   window.show();
   app::scheduleSnapshots(window, context, appearance);

@@ -11,4 +11,6 @@ std::optional<std::string> LoginItem::set(const Context& context, bool on) {
   return set(context, on, currentProgramPath());
 }
 
+bool LoginItem::isOn(const Context& context) { return loginItemRegistered(context); }
+
 }  // namespace tw

@@ -17,10 +17,14 @@ struct LoginItem {
   [[nodiscard]] static std::optional<std::string> set(const Context& context, bool on, const std::string& program);
   // The same for this running program.
   [[nodiscard]] static std::optional<std::string> set(const Context& context, bool on);
+  // Whether the app is registered to open at login now.
+  [[nodiscard]] static bool isOn(const Context& context);
 };
 
 // The platform's side of LoginItem::set: nothing on success, else the reason.
 [[nodiscard]] std::optional<std::string> registerLoginItem(const Context& context, bool on, const std::string& program);
+// The platform's side of LoginItem::isOn.
+[[nodiscard]] bool loginItemRegistered(const Context& context);
 // This running program's absolute path; empty when it cannot be told.
 [[nodiscard]] std::string currentProgramPath();
 

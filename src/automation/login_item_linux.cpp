@@ -1,3 +1,4 @@
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -85,6 +86,11 @@ std::optional<std::string> registerLoginItem(const Context& context, bool on, co
     return "cannot write " + path + ": " + error.message();
   }
   return std::nullopt;
+}
+
+bool loginItemRegistered(const Context& context) {
+  struct stat status {};
+  return ::lstat(autostartEntryPath(context).c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 std::string currentProgramPath() { return resolvedPath("/proc/self/exe").value_or(std::string()); }

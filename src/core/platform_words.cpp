@@ -8,6 +8,7 @@ const PlatformWords& macOSWords() {
       .sharedCopies = "APFS clones",
       .cloneTarget = "APFS clones",
       .safeClean = "caches, logs, Xcode and package leftovers",
+      .statusArea = "the menu bar",
   };
   return words;
 }
@@ -20,6 +21,7 @@ const PlatformWords& linuxWords() {
       .sharedCopies = "shared reflink extents",
       .cloneTarget = "reflinked copies that share their blocks",
       .safeClean = "caches, logs and package leftovers",
+      .statusArea = "the panel's tray",
   };
   return words;
 }

@@ -15,6 +15,8 @@ struct PlatformWords {
   std::string cloneTarget;
   // What `clean --safe` deletes, as the help lists it.
   std::string safeClean;
+  // Where the app's status icon sits: "Show Tidewarden in …".
+  std::string statusArea;
 };
 
 [[nodiscard]] const PlatformWords& macOSWords();

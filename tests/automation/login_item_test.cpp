@@ -23,7 +23,9 @@ TEST(LoginItem, TurningItOnWritesAValidAutostartEntryThatStartsTheAppAndOffRemov
   test::FakeHome home;
   const Context context = home.context();
 
+  EXPECT_FALSE(LoginItem::isOn(context));
   EXPECT_EQ(LoginItem::set(context, true, "/usr/bin/tidewarden"), std::nullopt);
+  EXPECT_TRUE(LoginItem::isOn(context));
   const std::string entry = test::readFile(autostartFile(home));
   EXPECT_NE(entry.find("\nExec=\"/usr/bin/tidewarden\"\n"), std::string::npos) << entry;
   EXPECT_EQ(validationProblems(autostartFile(home)), "");
@@ -34,6 +36,7 @@ TEST(LoginItem, TurningItOnWritesAValidAutostartEntryThatStartsTheAppAndOffRemov
 
   EXPECT_EQ(LoginItem::set(context, false, "/usr/bin/tidewarden"), std::nullopt);
   EXPECT_FALSE(test::exists(autostartFile(home)));
+  EXPECT_FALSE(LoginItem::isOn(context));
   EXPECT_EQ(LoginItem::set(context, false, "/usr/bin/tidewarden"), std::nullopt);  // already off
 }
 
