@@ -44,7 +44,9 @@ std::string describe(const DevAction& action, const std::string& home) {
             return text;
           },
           [](const DevAction::Admin& admin) -> std::string { return "as administrator: " + admin.command; },
-          [](const DevAction::Custom&) -> std::string { return "custom action"; },
+          [](const DevAction::Custom& custom) -> std::string {
+            return custom.description.empty() ? "custom action" : custom.description;
+          },
           [](const DevAction::Commands& commands) -> std::string {
             std::string text;
             for (const auto& command : commands.commands) {

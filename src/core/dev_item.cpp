@@ -10,8 +10,8 @@ DevAction DevAction::trash(std::vector<std::string> paths) { return DevAction{Tr
 
 DevAction DevAction::admin(std::string command) { return DevAction{Admin{std::move(command)}}; }
 
-DevAction DevAction::custom(std::function<std::optional<std::string>()> run) {
-  return DevAction{Custom{std::move(run)}};
+DevAction DevAction::custom(std::function<std::optional<std::string>()> run, std::string description) {
+  return DevAction{Custom{std::move(run), std::move(description)}};
 }
 
 DevAction DevAction::commands(std::vector<std::vector<std::string>> commands) {

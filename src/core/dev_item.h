@@ -34,6 +34,8 @@ struct DevAction {
   };
   struct Custom {
     std::function<std::optional<std::string>()> run;
+    // What it does, in the user's words; without one it is described as a custom action.
+    std::string description;
   };
   struct Commands {
     std::vector<std::vector<std::string>> commands;
@@ -44,7 +46,7 @@ struct DevAction {
   static DevAction removePaths(std::vector<std::string> paths);
   static DevAction trash(std::vector<std::string> paths);
   static DevAction admin(std::string command);
-  static DevAction custom(std::function<std::optional<std::string>()> run);
+  static DevAction custom(std::function<std::optional<std::string>()> run, std::string description = {});
   static DevAction commands(std::vector<std::vector<std::string>> commands);
 
   // Blocks; runs tools through the shell runner and honours the context's stop token.

@@ -13,9 +13,11 @@ namespace {
 // The removal a clean performs: only while the path is still what was measured. The
 // context is the screen's own, without the load's stop token, which is spent by then.
 DevAction removalOf(const JunkItem& item, const FileIdentity& measured, const Context& context) {
-  return DevAction::custom([path = item.path, size = item.size, measured, context = context.withStop({})] {
-    return removeMeasuredJunk(path, size, measured, context).error();
-  });
+  return DevAction::custom(
+      [path = item.path, size = item.size, measured, context = context.withStop({})] {
+        return removeMeasuredJunk(path, size, measured, context).error();
+      },
+      "delete " + tildePath(item.path, context.home));
 }
 
 DevItem itemOf(const JunkCategory& category, const JunkItem& junk, const FileIdentity& measured,

@@ -35,6 +35,8 @@ TEST(Describe, EveryActionCase) {
   EXPECT_EQ(describe(DevAction::trash({home / "a", "/tmp/b"})), "move to Trash: ~/a, /tmp/b");
   EXPECT_EQ(describe(DevAction::admin("rm -rf '/Library/x'")), "as administrator: rm -rf '/Library/x'");
   EXPECT_EQ(describe(DevAction::custom([] { return std::optional<std::string>{}; })), "custom action");
+  EXPECT_EQ(describe(DevAction::custom([] { return std::optional<std::string>{}; }, "delete ~/.cache/pip")),
+            "delete ~/.cache/pip");
   EXPECT_EQ(describe(DevAction::commands({{"/usr/bin/xcrun", "simctl", "delete", "unavailable"},
                                           {},
                                           {"/usr/bin/git", "-C", "/my repo", "gc", "--prune=now"},

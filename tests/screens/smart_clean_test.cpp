@@ -6,6 +6,7 @@
 #include <stop_token>
 #include <string>
 
+#include "core/action_description.h"
 #include "core/removal_service.h"
 #include "fs/path.h"
 #include "junk/junk_fake_home.h"
@@ -91,6 +92,8 @@ TEST(SmartCleanScreen, AnItemsActionRemovesExactlyItsPathAndNothingReplacedSince
   const DevItem& pip = itemWithId(result, home / ".cache/pip");
   const DevItem& shaders = itemWithId(result, home / ".cache/mesa_shader_cache");
   ASSERT_TRUE(pip.selected);
+  // The confirmation says what will happen in the same words as everywhere else.
+  EXPECT_EQ(describe(pip.action, home.path()), "delete ~/.cache/pip");
   const std::set<std::string> before = treeSnapshot(home.path());
 
   const RemovalReport removed = runRemovals(home.context(), {RemovalItem::of(pip)});
