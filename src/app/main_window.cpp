@@ -2,7 +2,9 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QHBoxLayout>
 #include <QLabel>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QSplitter>
 #include <QStackedWidget>
@@ -13,6 +15,8 @@
 #include "app/pane_view.h"
 #include "app/settings_window.h"
 #include "app/sidebar.h"
+#include "app/update_banner.h"
+#include "core/version.h"
 
 namespace tw::app {
 namespace {
@@ -42,7 +46,14 @@ MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
   splitter->setStretchFactor(1, 1);
   splitter->setSizes({230, 770});
   splitter->setChildrenCollapsible(false);
-  setCentralWidget(splitter);
+  updates_ = new UpdateBanner(context_, this);
+  auto* central = new QWidget(this);
+  auto* layout = new QVBoxLayout(central);
+  layout->setContentsMargins(0, 0, 0, 0);
+  layout->setSpacing(0);
+  layout->addWidget(updates_);
+  layout->addWidget(splitter, 1);
+  setCentralWidget(central);
   resize(1000, 680);
 
   connect(sidebar_, &Sidebar::chosen, this, [this](Pane pane) { showPane(pane); });
@@ -87,13 +98,38 @@ QWidget* MainWindow::sideColumn() {
   open->setToolTip(tr("Settings (Ctrl+,)"));
   open->setFlat(true);
   connect(open, &QPushButton::clicked, this, &MainWindow::openSettings);
+  auto* about = new QPushButton(tr("About"), column);
+  about->setObjectName(QStringLiteral("openAbout"));
+  about->setFlat(true);
+  connect(about, &QPushButton::clicked, this, &MainWindow::showAbout);
+  auto* buttons = new QHBoxLayout;
+  buttons->addWidget(open);
+  buttons->addWidget(about);
+  buttons->addStretch(1);
   auto* layout = new QVBoxLayout(column);
   layout->setContentsMargins(0, 0, 0, 6);
   layout->setSpacing(6);
   layout->addWidget(sidebar_, 1);
-  layout->addWidget(open, 0, Qt::AlignLeft);
+  layout->addLayout(buttons);
   return column;
 }
+
+void MainWindow::showAbout() {
+  auto* about = new QMessageBox(this);
+  about->setObjectName(QStringLiteral("about"));
+  about->setAttribute(Qt::WA_DeleteOnClose);
+  about->setWindowTitle(tr("About Tidewarden"));
+  about->setIconPixmap(windowIcon().pixmap(64));
+  about->setTextFormat(Qt::RichText);
+  const QString site = QString::fromUtf8(homepage.data(), static_cast<int>(homepage.size()));
+  about->setText(tr("<b>Tidewarden %1</b>").arg(QString::fromUtf8(version.data(), static_cast<int>(version.size()))));
+  about->setInformativeText(
+      tr("Finds the space that development work leaves behind and gives it back, logging every removal.") +
+      (site.isEmpty() ? QString() : QStringLiteral("<br><a href=\"%1\">%1</a>").arg(site.toHtmlEscaped())));
+  about->open();
+}
+
+void MainWindow::checkForUpdates(const HttpsFetchOptions& options) { updates_->check(options); }
 
 void MainWindow::openSettings() {
   if (!settings_) settings_ = new SettingsWindow(context_, this);

@@ -8,6 +8,7 @@
 #include "core/context.h"
 #include "core/dev_pane.h"
 #include "screens/registry.h"
+#include "updates/https_fetch.h"
 
 class QStackedWidget;
 
@@ -16,6 +17,7 @@ namespace tw::app {
 class PaneView;
 class SettingsWindow;
 class Sidebar;
+class UpdateBanner;
 
 // The window: the sidebar of destinations beside the view of the chosen one. It owns the
 // panes, so their background work ends before the window is gone.
@@ -29,6 +31,10 @@ class MainWindow : public QMainWindow {
   void showPane(Pane pane);
   // Shows the settings window, made the first time it is asked for.
   void openSettings();
+  // What this Tidewarden is: its version and where it lives.
+  void showAbout();
+  // Runs the opt-in update check when it is on and due; `options` only for a test's certificate.
+  void checkForUpdates(const HttpsFetchOptions& options = {});
   [[nodiscard]] const std::map<Pane, std::shared_ptr<DevPane>>& panes() const { return panes_; }
 
  private:
@@ -42,6 +48,7 @@ class MainWindow : public QMainWindow {
   QStackedWidget* stack_ = nullptr;
   std::map<Pane, QWidget*> views_;
   SettingsWindow* settings_ = nullptr;
+  UpdateBanner* updates_ = nullptr;
 };
 
 }  // namespace tw::app

@@ -21,6 +21,7 @@
 #include "core/platform_words.h"
 #include "core/settings.h"
 #include "fs/path.h"
+#include "updates/updates.h"
 
 namespace tw::app {
 namespace {
@@ -47,6 +48,7 @@ SettingsWindow::SettingsWindow(Context context, QWidget* parent) : QDialog(paren
   setWindowTitle(tr("Tidewarden Settings"));
   // The keys' defaults come from the one place that registers them for every part.
   Prefs::registerDefaults(*context_.settings);
+  context_.settings->registerDefaults(Updates::defaults());
 
   damage_ = new QLabel(this);
   damage_->setObjectName(QStringLiteral("damage"));
@@ -175,9 +177,12 @@ QWidget* SettingsWindow::makeLoginSection() {
   loginProblem_->setWordWrap(true);
   loginProblem_->hide();
   connect(login_, &QCheckBox::toggled, this, &SettingsWindow::setOpenAtLogin);
+  // Off until chosen: the check asks the release feed once a day and sends nothing else.
+  auto* updates = addSwitch(Updates::enabledKey, tr("Check once a day whether a newer Tidewarden exists"));
   auto* layout = new QVBoxLayout(section);
   layout->addWidget(login_);
   layout->addWidget(loginProblem_);
+  layout->addWidget(updates);
   return section;
 }
 

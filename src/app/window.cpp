@@ -37,6 +37,7 @@ int openWindow(int& argc, char** argv, const Context& context) {
   }
   app::MainWindow window(context, app::qtDispatcher());
   window.show();
+  window.checkForUpdates();
   app::scheduleSnapshots(window, context, appearance);
   return QApplication::exec();
 }

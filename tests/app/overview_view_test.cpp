@@ -11,10 +11,10 @@
 #include "app/appearance.h"
 #include "app/main_window.h"
 #include "app/qt_dispatcher.h"
+#include "app_test.h"
 #include "core/format.h"
 #include "core/scan_cache.h"
 #include "lens/volume_info.h"
-#include "app_test.h"
 #include "sample_home.h"
 #include "screens/registry.h"
 

@@ -220,6 +220,26 @@ class RemovalFlowTest : public QObject {
     QVERIFY(shows(QStringLiteral("web")));
   }
 
+  void theAdvisorSheetListsEachProjectsPackageManager() {
+    MainWindow window(context_, qtDispatcher());
+    window.show();
+    window.showPane(Pane::projects);
+    auto* view = window.findChild<QWidget*>(QStringLiteral("projects"));
+    QTest::mouseClick(view->findChild<QPushButton*>(QStringLiteral("advisor")), Qt::LeftButton);
+    auto* sheet = window.findChild<QDialog*>(QStringLiteral("advisorSheet"));
+    QVERIFY(sheet && sheet->isVisible());
+    auto* projects = sheet->findChild<QTreeWidget*>(QStringLiteral("advisorProjects"));
+    QTRY_VERIFY_WITH_TIMEOUT(projects->topLevelItemCount() > 0, 30'000);
+    QStringList listed;
+    for (int row = 0; row < projects->topLevelItemCount(); ++row) {
+      listed << projects->topLevelItem(row)->text(0) + QStringLiteral(" ") + projects->topLevelItem(row)->text(1);
+    }
+    listed.sort();
+    QCOMPARE(listed, (QStringList{QStringLiteral("~/code/web npm"), QStringLiteral("~/other/tool npm")}));
+    // Closing the sheet while it reads stops the reading; nothing reaches a sheet that is gone.
+    sheet->close();
+  }
+
  private:
   std::unique_ptr<QTemporaryDir> home_;
   std::string root_;
