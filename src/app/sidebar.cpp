@@ -46,9 +46,16 @@ Sidebar::Sidebar(const Context& context, const std::map<Pane, std::shared_ptr<De
   setIconSize(QSize(18, 18));
   setFrameShape(QFrame::NoFrame);
   setStyleSheet(QStringLiteral("QTreeWidget#sidebar::item { padding: 4px 6px; }"));
-  // A quiet selection, so that the icon of the chosen row stays visible on it.
+  // A quiet selection across the whole row, a tint of the highlight on the window's colour,
+  // so that the icon and the text of the chosen row stay as readable as the others.
+  setAllColumnsShowFocus(true);
   QPalette quiet = palette();
-  quiet.setColor(QPalette::Highlight, quiet.color(QPalette::Window));
+  const QColor window = quiet.color(QPalette::Window);
+  const QColor highlight = quiet.color(QPalette::Highlight);
+  const auto tint = [](int from, int to) { return from + (to - from) * 3 / 10; };
+  quiet.setColor(QPalette::Highlight,
+                 QColor(tint(window.red(), highlight.red()), tint(window.green(), highlight.green()),
+                        tint(window.blue(), highlight.blue())));
   quiet.setColor(QPalette::HighlightedText, quiet.color(QPalette::Text));
   setPalette(quiet);
   for (const auto& section : sidebarSections()) addSection(section);

@@ -9,6 +9,9 @@ const PlatformWords& macOSWords() {
       .cloneTarget = "APFS clones",
       .safeClean = "caches, logs, Xcode and package leftovers",
       .statusArea = "the menu bar",
+      .systemDataBlurb =
+          "What makes macOS's \"System Data\" huge: Time Machine local snapshots, iPhone and iPad "
+          "backups, old macOS installers and firmware.",
   };
   return words;
 }
@@ -22,6 +25,9 @@ const PlatformWords& linuxWords() {
       .cloneTarget = "reflinked copies that share their blocks",
       .safeClean = "caches, logs and package leftovers",
       .statusArea = "the panel's tray",
+      .systemDataBlurb =
+          "What the system keeps beyond your files: the journal's logs, downloaded packages, old "
+          "Snap revisions, unused Flatpak runtimes and crash reports.",
   };
   return words;
 }

@@ -17,6 +17,8 @@ struct PlatformWords {
   std::string safeClean;
   // Where the app's status icon sits: "Show Tidewarden in …".
   std::string statusArea;
+  // What the System Data screen looks at, as its header says.
+  std::string systemDataBlurb;
 };
 
 [[nodiscard]] const PlatformWords& macOSWords();

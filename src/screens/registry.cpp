@@ -51,10 +51,8 @@ std::vector<DevScreen> makeCleanup() {
        "Remove apps together with the settings, caches and containers they leave in your Library, and clean "
        "up after apps you already deleted.",
        "Uninstall Selected", Bar::none, false, [](const Context& context) { return Uninstaller::load(context); }},
-      {Pane::system, "System Data", "internaldrive",
-       "What makes macOS's \"System Data\" huge: Time Machine local snapshots, iPhone and iPad backups, old "
-       "macOS installers and firmware.",
-       "Remove Selected", Bar::none, true, [](const Context& context) { return SystemData::load(context); }},
+      {Pane::system, "System Data", "internaldrive", platformWords().systemDataBlurb, "Remove Selected", Bar::none,
+       true, [](const Context& context) { return SystemData::load(context); }},
   };
 }
 

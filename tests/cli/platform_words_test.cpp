@@ -50,10 +50,11 @@ TEST(LinuxWords, TheMacKeepsItsOwnWords) {
   EXPECT_EQ(gitMissingNote(macOSWords(), "manage worktrees"),
             "Git isn't installed. Install the Xcode Command Line Tools to manage worktrees.");
   EXPECT_EQ(macOSWords().sharedCopies, "APFS clones");
-  for (const auto* words :
-       {&linuxWords().installGit, &linuxWords().sharedCopies, &linuxWords().cloneTarget, &linuxWords().safeClean}) {
+  for (const auto* words : {&linuxWords().installGit, &linuxWords().sharedCopies, &linuxWords().cloneTarget,
+                            &linuxWords().safeClean, &linuxWords().systemDataBlurb}) {
     EXPECT_EQ(words->find("Xcode"), std::string::npos) << *words;
     EXPECT_EQ(words->find("APFS"), std::string::npos) << *words;
+    EXPECT_EQ(words->find("macOS"), std::string::npos) << *words;
   }
 }
 

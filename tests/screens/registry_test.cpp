@@ -3,6 +3,7 @@
 #include <set>
 
 #include "core/dispatcher.h"
+#include "core/platform_words.h"
 #include "screens/registry.h"
 #include "support/fake_home.h"
 
@@ -45,9 +46,8 @@ TEST(Screens, TablesCarryTheirTitlesBarsAndJunkFlags) {
   EXPECT_EQ(dedupe->title, "Clone Dedupe");
   EXPECT_EQ(dedupe->bar, DevScreen::Bar::rootsNoFilter);
   EXPECT_FALSE(dedupe->junk);
-  EXPECT_EQ(Screens::screen(Pane::system)->blurb,
-            "What makes macOS's \"System Data\" huge: Time Machine local snapshots, iPhone and iPad backups, old "
-            "macOS installers and firmware.");
+  // The platform's own words: the Mac's "System Data" is not what a Linux system keeps.
+  EXPECT_EQ(Screens::screen(Pane::system)->blurb, platformWords().systemDataBlurb);
   EXPECT_EQ(Screens::screen(Pane::git)->icon, "externaldrive.badge.timemachine");
   std::set<std::string> titles;
   for (const auto& screen : Screens::all()) {
