@@ -169,11 +169,7 @@ class MainWindowTest : public QObject {
   // Closing the window while screens scan joins their work, and what a scan finds after
   // that is dropped: nothing reaches the scan cache of a window that is gone.
   void closingTheWindowWhileScreensScanEndsTheirWorkAndRecordsNothing() {
-    const std::string root = home_->path().toStdString();
-    const Context real = Context::fromEnvironment({{"HOME", root},
-                                                   {"XDG_DATA_HOME", root + "/.local/share"},
-                                                   {"XDG_CONFIG_HOME", root + "/.config"},
-                                                   {"XDG_CACHE_HOME", root + "/.cache"}});
+    const Context real = homeContext(home_->path());
     QVERIFY(QDir(home_->path()).mkpath(QStringLiteral("Developer/site/node_modules/left-pad")));
     {
       auto window = std::make_unique<MainWindow>(real, qtDispatcher());

@@ -23,6 +23,7 @@
 #include "app_test.h"
 #include "core/history.h"
 #include "core/settings.h"
+#include "sample_home.h"
 
 namespace tw::app {
 namespace {
@@ -85,10 +86,7 @@ class RemovalFlowTest : public QObject {
     home_ = std::make_unique<QTemporaryDir>();
     QVERIFY(home_->isValid());
     root_ = home_->path().toStdString();
-    context_ = Context::fromEnvironment({{"HOME", root_},
-                                         {"XDG_DATA_HOME", root_ + "/.local/share"},
-                                         {"XDG_CONFIG_HOME", root_ + "/.config"},
-                                         {"XDG_CACHE_HOME", root_ + "/.cache"}});
+    context_ = homeContext(home_->path());
     makeProject(root_ + "/code/web", "package.json", "node_modules", 60);
     makeProject(root_ + "/code/api", "Cargo.toml", "target", 2);
     makeProject(root_ + "/other/tool", "package.json", "node_modules", 60);

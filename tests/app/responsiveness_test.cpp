@@ -15,18 +15,10 @@
 #include "app/pane_view.h"
 #include "app/qt_dispatcher.h"
 #include "app_test.h"
+#include "sample_home.h"
 
 namespace tw::app {
 namespace {
-
-Context homeContext(const std::string& root, bool sampleData) {
-  Environment environment{{"HOME", root},
-                          {"XDG_DATA_HOME", root + "/.local/share"},
-                          {"XDG_CONFIG_HOME", root + "/.config"},
-                          {"XDG_CACHE_HOME", root + "/.cache"}};
-  if (sampleData) environment["TIDEWARDEN_SNAPSHOT"] = "1";
-  return Context::fromEnvironment(environment);
-}
 
 // 100 groups of 1000 items each.
 ProviderResult hundredThousandItems(const Context&) {
@@ -81,14 +73,14 @@ class ResponsivenessTest : public QObject {
   void theWindowWithSampleDataShowsQuickly() {
     QElapsedTimer clock;
     clock.start();
-    MainWindow window(homeContext(home_->path().toStdString(), true), qtDispatcher());
+    MainWindow window(sampleContext(home_->path()), qtDispatcher());
     window.show();
     QVERIFY(QTest::qWaitForWindowExposed(&window));
     qInfo("from constructing the window to its first showing: %lld ms", clock.elapsed());
   }
 
   void aHundredThousandItemsTickAndScrollWithoutAReset() {
-    const Context context = homeContext(home_->path().toStdString(), false);
+    const Context context = homeContext(home_->path());
     auto pane = DevPane::make(hundredThousandItems, std::nullopt, qtDispatcher(), context);
     const DevScreen screen{
         Pane::projects,      "Many", "folder", "A hundred thousand items.", "Delete", DevScreen::Bar::none, false,
@@ -136,7 +128,7 @@ class ResponsivenessTest : public QObject {
       for (int file = 0; file < 50; ++file)
         std::ofstream(folder / "node_modules" / "dep" / std::to_string(file)) << "x";
     }
-    MainWindow window(homeContext(root, false), qtDispatcher());
+    MainWindow window(homeContext(home_->path()), qtDispatcher());
     window.show();
     for (const auto& screen : Screens::all()) window.showPane(screen.pane);
     const auto loading = [&window] {

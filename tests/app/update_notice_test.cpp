@@ -13,6 +13,7 @@
 #include "app_test.h"
 #include "core/settings.h"
 #include "core/version.h"
+#include "sample_home.h"
 #include "support/https_feed_server.h"
 #include "updates/updates.h"
 
@@ -92,12 +93,7 @@ class UpdateNoticeTest : public QObject {
 
  private:
   static Context contextFor(const QString& home, const std::string& feed, bool checkOn) {
-    const std::string root = home.toStdString();
-    Context context = Context::fromEnvironment({{"HOME", root},
-                                                {"XDG_DATA_HOME", root + "/.local/share"},
-                                                {"XDG_CONFIG_HOME", root + "/.config"},
-                                                {"XDG_CACHE_HOME", root + "/.cache"},
-                                                {std::string(Updates::feedVariable), feed}});
+    Context context = homeContext(home, {{Updates::feedVariable, feed}});
     context.settings->set(Updates::enabledKey, checkOn);
     return context;
   }

@@ -29,17 +29,10 @@
 #include "core/history.h"
 #include "core/platform_words.h"
 #include "core/settings.h"
+#include "sample_home.h"
 
 namespace tw::app {
 namespace {
-
-Context homeContext(const QString& home) {
-  const std::string root = home.toStdString();
-  return Context::fromEnvironment({{"HOME", root},
-                                   {"XDG_DATA_HOME", root + "/.local/share"},
-                                   {"XDG_CONFIG_HOME", root + "/.config"},
-                                   {"XDG_CACHE_HOME", root + "/.cache"}});
-}
 
 QString text(const std::string& value) { return QString::fromStdString(value); }
 
