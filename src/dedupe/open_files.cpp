@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <mutex>
 #include <optional>
@@ -10,6 +11,7 @@ namespace {
 struct Cache {
   std::mutex lock;
   std::optional<std::chrono::steady_clock::time_point> takenAt;
+  std::set<long> processes;  // those the snapshot looked at
   std::unordered_set<FileIdentity> files;
 };
 
@@ -26,9 +28,14 @@ std::unordered_set<FileIdentity> OpenFiles::recent(double maxAge) {
   // every process at the same moment; they wait and reuse the one result.
   std::lock_guard guard(shared.lock);
   const auto now = std::chrono::steady_clock::now();
-  if (!shared.takenAt || std::chrono::duration<double>(now - *shared.takenAt).count() >= maxAge) {
+  const bool young = shared.takenAt && std::chrono::duration<double>(now - *shared.takenAt).count() < maxAge;
+  auto running = processes();
+  const bool newcomer =
+      std::any_of(running.begin(), running.end(), [&](long pid) { return !shared.processes.contains(pid); });
+  if (!young || newcomer) {
+    shared.takenAt = now;
+    shared.processes = std::move(running);
     shared.files = snapshot();
-    shared.takenAt = std::chrono::steady_clock::now();
   }
   return shared.files;
 }

@@ -31,18 +31,24 @@ void addOpenFilesOf(pid_t pid, std::unordered_set<FileIdentity>& files) {
 
 }  // namespace
 
-std::unordered_set<FileIdentity> OpenFiles::snapshot() {
-  std::unordered_set<FileIdentity> files;
+std::set<long> OpenFiles::processes() {
+  std::set<long> running;
   const int count = ::proc_listallpids(nullptr, 0);
-  if (count < 1) return files;
+  if (count < 1) return running;
   std::vector<pid_t> pids(static_cast<std::size_t>(count) + 64);
   const int listed = ::proc_listallpids(pids.data(), static_cast<int>(pids.size() * sizeof(pid_t)));
-  if (listed < 1) return files;
+  if (listed < 1) return running;
   pids.resize(static_cast<std::size_t>(listed));
   const pid_t self = ::getpid();
   for (const pid_t pid : pids) {
-    if (pid > 0 && pid != self) addOpenFilesOf(pid, files);
+    if (pid > 0 && pid != self) running.insert(pid);
   }
+  return running;
+}
+
+std::unordered_set<FileIdentity> OpenFiles::snapshot() {
+  std::unordered_set<FileIdentity> files;
+  for (const long pid : processes()) addOpenFilesOf(static_cast<pid_t>(pid), files);
   return files;
 }
 

@@ -39,15 +39,21 @@ void addOpenFilesOf(long pid, std::unordered_set<FileIdentity>& files) {
 
 }  // namespace
 
-std::unordered_set<FileIdentity> OpenFiles::snapshot() {
-  std::unordered_set<FileIdentity> files;
+std::set<long> OpenFiles::processes() {
+  std::set<long> running;
   DirHandle proc(::opendir("/proc"));
-  if (!proc) return files;
+  if (!proc) return running;
   const long self = ::getpid();
   while (const dirent* entry = ::readdir(proc.get())) {
     const long pid = processID(entry->d_name);
-    if (pid > 0 && pid != self) addOpenFilesOf(pid, files);
+    if (pid > 0 && pid != self) running.insert(pid);
   }
+  return running;
+}
+
+std::unordered_set<FileIdentity> OpenFiles::snapshot() {
+  std::unordered_set<FileIdentity> files;
+  for (const long pid : processes()) addOpenFilesOf(pid, files);
   return files;
 }
 

@@ -40,8 +40,18 @@ class HeldOpen {
   HeldOpen(const HeldOpen&) = delete;
   HeldOpen& operator=(const HeldOpen&) = delete;
 
+  // A process that is running already and opens the file only when told to.
+  struct Later {};
+  HeldOpen(const std::string& path, Later);
+  // Tells it to open the file and waits until it holds it.
+  void open();
+
  private:
+  void waitUntilHeld() const;
+
+  std::string path_;
   pid_t pid_ = -1;
+  int go_ = -1;  // the write end of the child's standard input, while it waits
 };
 
 // A test on a fresh XFS volume that can share blocks, with a fake home beside it;
