@@ -33,6 +33,15 @@ QVariant badgeList(const std::vector<Badge>& badges) {
   return list;
 }
 
+// The pills for the painter, and their words for screen readers.
+QVariant badgeCell(const std::vector<Badge>& badges, int role) {
+  if (role == PaneItemModel::badgesRole) return badgeList(badges);
+  if (role != Qt::AccessibleTextRole || badges.empty()) return {};
+  QStringList words;
+  for (const auto& badge : badges) words << qstring(badge.text);
+  return words.join(QStringLiteral(", "));
+}
+
 QVariant sizeCell(const QString& text, int role) {
   if (role == Qt::DisplayRole) return text;
   if (role == Qt::TextAlignmentRole) return QVariant(Qt::AlignRight | Qt::AlignVCenter);
@@ -155,7 +164,7 @@ QVariant PaneItemModel::groupData(const QModelIndex& index, int role) const {
   const DevGroup& group = groupAt(index);
   if (index.column() == sizeColumn) return sizeCell(qstring(byteFormatter(group.total())), role);
   if (index.column() == apparentColumn) return {};
-  if (index.column() == badgesColumn) return role == badgesRole ? badgeList(group.badges()) : QVariant();
+  if (index.column() == badgesColumn) return badgeCell(group.badges(), role);
   switch (role) {
     case Qt::DisplayRole:
       return group.subtitle.empty() ? qstring(group.title) : qstring(group.title + "  ·  " + group.subtitle);
@@ -179,7 +188,7 @@ QVariant PaneItemModel::itemData(const QModelIndex& index, int role) const {
   const DevItem& item = itemOf(index);
   if (index.column() == sizeColumn) return sizeCell(sizeText(item.freeable ? item.freeable : item.size), role);
   if (index.column() == apparentColumn) return sizeCell(sizeText(item.size), role);
-  if (index.column() == badgesColumn) return role == badgesRole ? badgeList(item.badges) : QVariant();
+  if (index.column() == badgesColumn) return badgeCell(item.badges, role);
   switch (role) {
     case Qt::DisplayRole:
       return item.detail.empty() ? qstring(item.name) : qstring(item.name + "  ·  " + item.detail);

@@ -17,6 +17,7 @@
 
 #include "app/badge_delegate.h"
 #include "app/confirm_removal.h"
+#include "app/labels.h"
 #include "app/pane_item_model.h"
 #include "app/roots_bar.h"
 #include "core/action_description.h"
@@ -96,18 +97,10 @@ PaneView::~PaneView() { pane_->unobserve(token_); }
 
 QWidget* PaneView::makeHeader(const DevScreen& screen) {
   auto* header = new QWidget(this);
-  auto* title = new QLabel(qstring(screen.title), header);
-  QFont font = title->font();
-  font.setPointSizeF(font.pointSizeF() * 1.6);
-  font.setBold(true);
-  title->setFont(font);
-  auto* blurb = new QLabel(qstring(screen.blurb), header);
-  blurb->setWordWrap(true);
-  blurb->setForegroundRole(QPalette::PlaceholderText);
   auto* layout = new QVBoxLayout(header);
   layout->setContentsMargins(4, 4, 4, 8);
-  layout->addWidget(title);
-  layout->addWidget(blurb);
+  layout->addWidget(titleLabel(qstring(screen.title), header));
+  layout->addWidget(quietLabel(qstring(screen.blurb), header));
   return header;
 }
 

@@ -13,6 +13,7 @@
 
 #include "app/appearance.h"
 #include "app/main_window.h"
+#include "app/pane_item_model.h"
 #include "app/qt_dispatcher.h"
 #include "app_test.h"
 #include "core/format.h"
@@ -124,6 +125,17 @@ class MainWindowTest : public QObject {
     QTest::keyClick(tree, Qt::Key_Space);
     QVERIFY(!pane->isSelected(ticked.id));
     QCOMPARE(pane->selectedTotal(), before);
+
+    // A screen reader hears each row's badges, which are otherwise only drawn.
+    QStringList heard;
+    for (int row = 0; row < tree->model()->rowCount(); ++row) {
+      const QModelIndex group = tree->model()->index(row, 0);
+      for (int child = 0; child < tree->model()->rowCount(group); ++child) {
+        heard
+            << tree->model()->index(child, PaneItemModel::badgesColumn, group).data(Qt::AccessibleTextRole).toString();
+      }
+    }
+    QVERIFY2(heard.contains(QStringLiteral("mostly shared")), qPrintable(heard.join(QLatin1Char('|'))));
   }
 
   void controlAndADigitOpensThatDestinationAndControlRRescansIt() {
