@@ -86,10 +86,4 @@ AdvisorSheet::AdvisorSheet(Context context, QWidget* parent) : QDialog(parent), 
   });
 }
 
-// Stops the reading and waits for it, so nothing it hands back reaches a sheet that is gone.
-AdvisorSheet::~AdvisorSheet() {
-  runner_.cancelAll();
-  runner_.joinAll();
-}
-
 }  // namespace tw::app

@@ -18,7 +18,6 @@ class AdvisorSheet : public QDialog {
 
  public:
   AdvisorSheet(Context context, QWidget* parent = nullptr);
-  ~AdvisorSheet() override;
 
  private:
   QLabel* status_ = nullptr;

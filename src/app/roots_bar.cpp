@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include <QApplication>
 #include <QCheckBox>
 #include <QFileDialog>
 #include <QHBoxLayout>
@@ -12,6 +11,7 @@
 #include <QToolButton>
 
 #include "app/advisor_sheet.h"
+#include "app/qt_dispatcher.h"
 #include "core/settings.h"
 #include "fs/path.h"
 
@@ -78,14 +78,12 @@ RootsBar::RootsBar(DevScreen::Bar bar, std::shared_ptr<DevPane> pane, QWidget* p
   showRoots();
   // The command line or the settings window may change the roots while this bar shows.
   QPointer<RootsBar> self(this);
-  settingsToken_ = pane_->context().settings->observe([self](const Settings::Change& change) {
+  const Dispatcher post = qtDispatcher();
+  settingsToken_ = pane_->context().settings->observe([self, post](const Settings::Change& change) {
     if (!change.keys.contains(DevSettings::projectRootsKey)) return;
-    QMetaObject::invokeMethod(
-        qApp,
-        [self] {
-          if (self) self->showRoots();
-        },
-        Qt::QueuedConnection);
+    post([self] {
+      if (self) self->showRoots();
+    });
   });
 }
 

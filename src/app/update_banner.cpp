@@ -39,11 +39,6 @@ UpdateBanner::UpdateBanner(Context context, QWidget* parent)
   hide();
 }
 
-UpdateBanner::~UpdateBanner() {
-  runner_.cancelAll();
-  runner_.joinAll();
-}
-
 void UpdateBanner::check(const HttpsFetchOptions& options) {
   if (context_.sampleData) return;  // pictures of sample data ask no one
   runner_.start([this, options, context = context_](std::stop_token stop) -> TaskRunner::Result {

@@ -19,7 +19,6 @@ class UpdateBanner : public QFrame {
 
  public:
   UpdateBanner(Context context, QWidget* parent = nullptr);
-  ~UpdateBanner() override;
 
   // Asks the feed when the check is on and due; `options` only for a test's certificate.
   void check(const HttpsFetchOptions& options = {});

@@ -22,6 +22,8 @@ Cache& cache() {
 
 }  // namespace
 
+std::unordered_set<FileIdentity> OpenFiles::snapshot() { return heldBy(processes()); }
+
 std::unordered_set<FileIdentity> OpenFiles::recent(double maxAge) {
   Cache& shared = cache();
   // Taking the snapshot under the lock keeps concurrent callers from each walking
@@ -34,8 +36,8 @@ std::unordered_set<FileIdentity> OpenFiles::recent(double maxAge) {
       std::any_of(running.begin(), running.end(), [&](long pid) { return !shared.processes.contains(pid); });
   if (!young || newcomer) {
     shared.takenAt = now;
+    shared.files = heldBy(running);
     shared.processes = std::move(running);
-    shared.files = snapshot();
   }
   return shared.files;
 }

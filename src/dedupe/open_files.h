@@ -19,6 +19,8 @@ struct OpenFiles {
   [[nodiscard]] static std::unordered_set<FileIdentity> recent(double maxAge);
   // The processes running now, other than this one: a cheap look, one listing.
   [[nodiscard]] static std::set<long> processes();
+  // The files those processes hold open.
+  [[nodiscard]] static std::unordered_set<FileIdentity> heldBy(const std::set<long>& processes);
 };
 
 }  // namespace tw

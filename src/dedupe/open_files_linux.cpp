@@ -51,9 +51,9 @@ std::set<long> OpenFiles::processes() {
   return running;
 }
 
-std::unordered_set<FileIdentity> OpenFiles::snapshot() {
+std::unordered_set<FileIdentity> OpenFiles::heldBy(const std::set<long>& processes) {
   std::unordered_set<FileIdentity> files;
-  for (const long pid : processes()) addOpenFilesOf(pid, files);
+  for (const long pid : processes) addOpenFilesOf(pid, files);
   return files;
 }
 
