@@ -14,6 +14,16 @@ DevAction DevAction::custom(std::function<std::optional<std::string>()> run, std
   return DevAction{Custom{std::move(run), std::move(description)}};
 }
 
+DevAction DevAction::independentCustom(std::function<std::optional<std::string>()> run, std::string description) {
+  return DevAction{Custom{std::move(run), std::move(description), true}};
+}
+
+bool DevAction::touchesOnlyItsOwnFiles() const {
+  if (std::holds_alternative<RemovePaths>(value)) return true;
+  const auto* custom = std::get_if<Custom>(&value);
+  return custom && custom->independent;
+}
+
 DevAction DevAction::commands(std::vector<std::vector<std::string>> commands) {
   return DevAction{Commands{std::move(commands)}};
 }

@@ -36,6 +36,8 @@ struct DevAction {
     std::function<std::optional<std::string>()> run;
     // What it does, in the user's words; without one it is described as a custom action.
     std::string description;
+    // It changes only the item's own files, so it may run beside other such actions.
+    bool independent = false;
   };
   struct Commands {
     std::vector<std::vector<std::string>> commands;
@@ -47,10 +49,15 @@ struct DevAction {
   static DevAction trash(std::vector<std::string> paths);
   static DevAction admin(std::string command);
   static DevAction custom(std::function<std::optional<std::string>()> run, std::string description = {});
+  // A custom action that changes only the item's own files.
+  static DevAction independentCustom(std::function<std::optional<std::string>()> run, std::string description = {});
   static DevAction commands(std::vector<std::vector<std::string>> commands);
 
   // Blocks; runs tools through the shell runner and honours the context's stop token.
   [[nodiscard]] ActionOutcome perform(const Context& context) const;
+  // Plain deletions and independent custom actions: nothing beyond the item is touched,
+  // and no prompt or tool is involved, so several may run at once.
+  [[nodiscard]] bool touchesOnlyItsOwnFiles() const;
 };
 
 struct ExtraAction {

@@ -10,6 +10,7 @@
 #include "core/dev_safety.h"
 #include "core/format.h"
 #include "core/history.h"
+#include "core/removal_recorder.h"
 #include "core/sizes.h"
 
 namespace tw {
@@ -17,78 +18,70 @@ namespace {
 
 constexpr std::size_t failuresShown = 3;
 
-bool allPlainDeletions(const std::vector<RemovalItem>& items) {
-  return std::all_of(items.begin(), items.end(), [](const RemovalItem& item) { return item.plainDeletion; });
+bool allIndependent(const std::vector<RemovalItem>& items) {
+  return std::all_of(items.begin(), items.end(), [](const RemovalItem& item) { return item.independent; });
 }
 
-ActionOutcome removeOne(const Context& context, const RemovalItem& item, std::size_t index,
-                        const RemovalOptions& options) {
-  if (context.stopRequested()) return ActionOutcome::cancellation();
-  if (options.starting) options.starting(index);
-  ActionOutcome outcome = item.remove ? item.remove(context) : ActionOutcome::success();
-  if (options.finished) options.finished->fetch_add(1, std::memory_order_relaxed);
+// What the items of one run share while they are removed.
+struct Run {
+  const Context& context;
+  const std::vector<RemovalItem>& items;
+  const RemovalOptions& options;
+  RemovalRecorder& recorder;
+
+  void ended(std::size_t index, const ActionOutcome& outcome) const {
+    recorder.finished(index, outcome);
+    if (options.finished) options.finished->fetch_add(1, std::memory_order_relaxed);
+  }
+};
+
+ActionOutcome removeOne(const Run& run, std::size_t index) {
+  if (run.context.stopRequested()) {
+    run.recorder.finished(index, ActionOutcome::cancellation());
+    return ActionOutcome::cancellation();
+  }
+  if (run.options.starting) run.options.starting(index);
+  const RemovalItem& item = run.items[index];
+  ActionOutcome outcome = item.remove ? item.remove(run.context) : ActionOutcome::success();
+  run.ended(index, outcome);
   return outcome;
 }
 
 // Runs the administrator commands of every item from `first` on in one privileged call
 // and fills in their outcomes.
-void removeAsAdministrator(const Context& context, const std::vector<RemovalItem>& items, std::size_t first,
-                           const RemovalOptions& options, std::vector<std::optional<ActionOutcome>>& outcomes) {
+void removeAsAdministrator(const Run& run, std::size_t first, std::vector<std::optional<ActionOutcome>>& outcomes) {
+  const Context& context = run.context;
+  const std::vector<RemovalItem>& items = run.items;
   std::vector<std::size_t> batch;
   std::vector<std::string> commands;
   for (std::size_t index = first; index < items.size(); ++index) {
     if (!items[index].administrator) continue;
     batch.push_back(index);
     commands.push_back(items[index].administrator->command);
-    if (options.starting && !context.stopRequested()) options.starting(index);
+    if (run.options.starting && !context.stopRequested()) run.options.starting(index);
   }
   const auto results = runAllAsAdministrator(commands, context);
   for (std::size_t slot = 0; slot < batch.size(); ++slot) {
     const RemovalItem& item = items[batch[slot]];
     ActionOutcome outcome = results[slot];
     if (outcome.succeeded()) outcome = ActionOutcome::success(item.administrator->freeable);
+    run.ended(batch[slot], outcome);
     outcomes[batch[slot]] = std::move(outcome);
-    if (options.finished) options.finished->fetch_add(1, std::memory_order_relaxed);
   }
 }
 
 // One at a time, in order, except that the administrator commands all run together.
-void removeInOrder(const Context& context, const std::vector<RemovalItem>& items, const RemovalOptions& options,
-                   std::vector<ActionOutcome>& outcomes) {
-  std::vector<std::optional<ActionOutcome>> ended(items.size());
-  for (std::size_t index = 0; index < items.size(); ++index) {
+void removeInOrder(const Run& run, std::vector<ActionOutcome>& outcomes) {
+  std::vector<std::optional<ActionOutcome>> ended(run.items.size());
+  for (std::size_t index = 0; index < run.items.size(); ++index) {
     if (ended[index]) continue;
-    if (items[index].administrator) {
-      removeAsAdministrator(context, items, index, options, ended);
+    if (run.items[index].administrator) {
+      removeAsAdministrator(run, index, ended);
     } else {
-      ended[index] = removeOne(context, items[index], index, options);
+      ended[index] = removeOne(run, index);
     }
   }
-  for (std::size_t index = 0; index < items.size(); ++index) outcomes[index] = std::move(*ended[index]);
-}
-
-bool freedSomething(const ActionOutcome& outcome) {
-  return outcome.freed > 0 && (outcome.status == ActionOutcome::Status::failed ||
-                               outcome.status == ActionOutcome::Status::needsAdministrator);
-}
-
-std::vector<HistoryRecord> historyRecords(const std::vector<RemovalItem>& items, const RemovalReport& report,
-                                          const RemovalOptions& options) {
-  std::vector<HistoryRecord> records;
-  if (!options.category) return records;
-  if (options.batchName) {
-    const std::size_t done = report.count(ActionOutcome::Status::done);
-    if (done > 0) records.push_back({*options.category, options.batchName(done), report.freed, options.batchRestore});
-    return records;
-  }
-  for (std::size_t index = 0; index < items.size(); ++index) {
-    const ActionOutcome& outcome = report.outcomes[index];
-    // A removal that stopped part way still removed something, and is logged with it.
-    if (outcome.status == ActionOutcome::Status::done || freedSomething(outcome)) {
-      records.push_back({*options.category, items[index].name, outcome.freed, items[index].restore});
-    }
-  }
-  return records;
+  for (std::size_t index = 0; index < run.items.size(); ++index) outcomes[index] = std::move(*ended[index]);
 }
 
 }  // namespace
@@ -98,7 +91,7 @@ RemovalItem RemovalItem::of(const DevItem& item, const std::optional<DevAction>&
   removal.name = item.name;
   removal.restore = item.restoreHint;
   const DevAction action = override ? *override : item.action;
-  removal.plainDeletion = !override && std::holds_alternative<DevAction::RemovePaths>(action.value);
+  removal.independent = !override && action.touchesOnlyItsOwnFiles();
   const std::int64_t freeable = override ? 0 : item.freeable.value_or(0);
   if (const auto* admin = std::get_if<DevAction::Admin>(&action.value)) {
     removal.administrator = AdministratorCommand{admin->command, freeable};
@@ -117,7 +110,7 @@ RemovalItem RemovalItem::deletion(std::string name, std::function<ActionOutcome(
   RemovalItem removal;
   removal.name = std::move(name);
   removal.remove = std::move(remove);
-  removal.plainDeletion = true;
+  removal.independent = true;
   return removal;
 }
 
@@ -146,20 +139,17 @@ RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>
     return report;
   }
   report.outcomes.resize(items.size());  // each slot written once
-  if (!options.oneAtATime && allPlainDeletions(items)) {
-    concurrentPerform(items.size(), [&](std::size_t index) {
-      report.outcomes[index] = removeOne(context, items[index], index, options);
-    });
+  RemovalRecorder recorder(context.history.get(), items, options);
+  const Run run{context, items, options, recorder};
+  if (!options.oneAtATime && allIndependent(items)) {
+    concurrentPerform(items.size(), [&](std::size_t index) { report.outcomes[index] = removeOne(run, index); });
   } else {
-    removeInOrder(context, items, options, report.outcomes);
+    removeInOrder(run, report.outcomes);
   }
   for (const auto& outcome : report.outcomes) {
-    if (outcome.status == ActionOutcome::Status::done || freedSomething(outcome)) {
-      report.freed = saturatingAdd(report.freed, outcome.freed);
-    }
+    if (RemovalRecorder::removedSomething(outcome)) report.freed = saturatingAdd(report.freed, outcome.freed);
   }
-  // One write for the whole batch: recording item by item would rewrite the log each time.
-  if (context.history) context.history->record(historyRecords(items, report, options));
+  recorder.close(report);
   return report;
 }
 

@@ -19,9 +19,10 @@ struct RemovalItem {
   std::optional<std::string> restore;
   // Removes the item (on a worker thread) and says how that ended and what it freed.
   std::function<ActionOutcome(const Context&)> remove;
-  // Plain deletions may run side by side; anything else (password prompts, Trash moves,
-  // tool commands) runs one at a time, in order.
-  bool plainDeletion = false;
+  // Items that touch only their own files (plain deletions, sharing a copy's blocks) may
+  // run side by side; anything else (password prompts, Trash moves, tool commands) runs
+  // one at a time, in order.
+  bool independent = false;
   // Instead of `remove`: a shell command run with administrator rights, which frees
   // `freeable` when it succeeds. Every such command of one run goes to the system in one
   // privileged call when the first of them is reached, so the user sees one password prompt.
@@ -65,8 +66,8 @@ struct RemovalReport {
 
 // The one place that carries out a batch of removals: every item fails alone, items not
 // yet started when the context's stop token fires come back cancelled, the administrator
-// commands of the batch share one password prompt, and every success is written to the
-// history in one write at the end.
+// commands of the batch share one password prompt, and the successes are written to the
+// history a batch at a time, in the items' order.
 [[nodiscard]] RemovalReport runRemovals(const Context& context, const std::vector<RemovalItem>& items,
                                         const RemovalOptions& options = {});
 

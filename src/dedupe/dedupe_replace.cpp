@@ -140,7 +140,7 @@ std::optional<std::string> shareCopies(const std::string& keep, const std::vecto
 
 std::optional<std::string> Dedupe::cloneReplace(const std::string& keep, const std::vector<std::string>& copies) {
   // Item by item, as a screen's actions run: one look at the open files serves a second.
-  return shareCopies(keep, copies, OpenFiles::recent(1.0));
+  return shareCopies(keep, copies, *OpenFiles::recent(1.0));
 }
 
 std::optional<std::string> Dedupe::cloneReplace(const std::vector<DupSet>& sets) {

@@ -26,7 +26,8 @@ DevItem copyItem(const Dedupe::DupSet& set, const std::string& keep, const std::
   item.size = set.alloc;
   item.freeable = set.alloc;
   item.selected = canShare;
-  item.action = DevAction::custom([keep, copy] { return Dedupe::cloneReplace(keep, {copy}); });
+  // Each copy is its own file, so copies are shared side by side.
+  item.action = DevAction::independentCustom([keep, copy] { return Dedupe::cloneReplace(keep, {copy}); });
   item.revealPath = copy;
   item.restoreHint = restoreHint;
   return item;

@@ -46,6 +46,9 @@ std::set<long> OpenFiles::processes() {
   return running;
 }
 
+// The system does not say which process it started last; the processes are listed instead.
+std::optional<long> OpenFiles::lastStarted() { return std::nullopt; }
+
 std::unordered_set<FileIdentity> OpenFiles::heldBy(const std::set<long>& processes) {
   std::unordered_set<FileIdentity> files;
   for (const long pid : processes) addOpenFilesOf(static_cast<pid_t>(pid), files);

@@ -2,9 +2,13 @@
 #include <sys/stat.h>
 
 #include <atomic>
+#include <chrono>
+#include <set>
+#include <thread>
 
 #include "core/format.h"
 #include "core/history.h"
+#include "core/removal_recorder.h"
 #include "core/removal_service.h"
 #include "support/fake_home.h"
 #include "support/permissions.h"
@@ -31,7 +35,7 @@ std::vector<Status> statuses(const RemovalReport& report) {
 
 }  // namespace
 
-TEST(RemovalService, EachItemEndsWithATypedOutcomeAndOnlySuccessesAreCountedAndRecordedInOneBatch) {
+TEST(RemovalService, EachItemEndsWithATypedOutcomeAndOnlySuccessesAreCountedAndRecorded) {
   FakeHome home;
   home.file("Library/Caches/a/blob", 4096);
   const Context context = home.context();
@@ -68,6 +72,73 @@ TEST(RemovalService, EachItemEndsWithATypedOutcomeAndOnlySuccessesAreCountedAndR
   const RemovalReport overridden =
       runRemovals(context, {RemovalItem::of(items[0], DevAction::custom([] { return std::nullopt; }))}, {});
   EXPECT_EQ(overridden.freed, 0);
+  EXPECT_EQ(context.history->entries().size(), 2u);
+}
+
+// Items that only count: each records the history's size when it starts.
+std::vector<RemovalItem> countingItems(std::size_t count, std::vector<std::size_t>& seen,
+                                       std::chrono::milliseconds pause = {}) {
+  seen.assign(count, 0);
+  std::vector<RemovalItem> removals;
+  for (std::size_t index = 0; index < count; ++index) {
+    removals.push_back(RemovalItem::deletion("item " + std::to_string(index), [&seen, index, pause](const Context& c) {
+      seen[index] = c.history->entries().size();
+      std::this_thread::sleep_for(pause);
+      return ActionOutcome::success(1);
+    }));
+  }
+  return removals;
+}
+
+std::vector<std::string> names(const std::vector<HistoryEntry>& entries) {
+  std::vector<std::string> result;
+  for (const auto& entry : entries) result.push_back(entry.name);
+  return result;
+}
+
+TEST(RemovalService, ALongRunIsRecordedABatchAtATimeInTheItemsOrder) {
+  FakeHome home;
+  const Context context = home.context();
+  RemovalOptions options;
+  options.category = "Developer";
+  std::vector<std::size_t> seen;
+  const auto removals = countingItems(700, seen);
+
+  // One at a time: what the log holds as each item starts shows when batches were written.
+  // Every finished item but at most one batch is in the log, and it was written a few
+  // times, not once per item (a slow run also writes once a second).
+  options.oneAtATime = true;
+  const auto started = std::chrono::steady_clock::now();
+  const RemovalReport report = runRemovals(context, removals, options);
+  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(std::chrono::steady_clock::now() - started);
+  EXPECT_EQ(report.count(Status::done), 700u);
+  for (std::size_t index = 0; index < seen.size(); ++index) {
+    ASSERT_LE(seen[index], index);
+    ASSERT_LT(index - seen[index], RemovalRecorder::batchSize) << "item " << index;
+  }
+  const std::set<std::size_t> writes(seen.begin() + 1, seen.end());
+  EXPECT_LE(writes.size(), 700 / RemovalRecorder::batchSize + 1 + static_cast<std::size_t>(seconds.count()));
+  std::vector<std::string> expected;
+  for (const auto& removal : removals) expected.push_back(removal.name);
+  EXPECT_EQ(names(context.history->entries()), expected);
+
+  // Side by side, items finish in any order, yet the log keeps the items' order.
+  home.context().history->clear();
+  options.oneAtATime = false;
+  EXPECT_EQ(runRemovals(context, removals, options).count(Status::done), 700u);
+  EXPECT_EQ(names(context.history->entries()), expected);
+}
+
+TEST(RemovalService, ASlowRunIsRecordedAtLeastEverySecond) {
+  FakeHome home;
+  const Context context = home.context();
+  RemovalOptions options;
+  options.category = "Developer";
+  options.oneAtATime = true;
+  std::vector<std::size_t> seen;
+  const auto removals = countingItems(2, seen, RemovalRecorder::batchInterval + std::chrono::milliseconds(50));
+  (void)runRemovals(context, removals, options);
+  EXPECT_EQ(seen, (std::vector<std::size_t>{0, 1})) << "an item slower than the interval is written when it ends";
   EXPECT_EQ(context.history->entries().size(), 2u);
 }
 

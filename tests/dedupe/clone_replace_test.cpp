@@ -44,7 +44,7 @@ TEST(OpenFiles, SeesFilesOtherProcessesHoldButNotOurOwnAndLooksAgainWhenAProgram
   const UniqueFd ownDescriptor{::open(ours.c_str(), O_RDONLY | O_CLOEXEC)};
   ASSERT_TRUE(ownDescriptor);
   HeldOpen running(theirs, HeldOpen::Later{});
-  EXPECT_FALSE(OpenFiles::recent(60).contains(keyOf(theirs)));
+  EXPECT_FALSE(OpenFiles::recent(60)->contains(keyOf(theirs)));
 
   // A process that was there already opens the file: a fresh look sees it. (Whether a young
   // look is reused depends on no other program starting meanwhile, which a busy machine
@@ -53,12 +53,16 @@ TEST(OpenFiles, SeesFilesOtherProcessesHoldButNotOurOwnAndLooksAgainWhenAProgram
   const auto files = OpenFiles::snapshot();
   EXPECT_TRUE(files.contains(keyOf(theirs)));
   EXPECT_FALSE(files.contains(keyOf(ours)));
-  EXPECT_TRUE(OpenFiles::recent(0).contains(keyOf(theirs)));
-  EXPECT_TRUE(OpenFiles::recent(60).contains(keyOf(theirs)));
+  EXPECT_TRUE(OpenFiles::recent(0)->contains(keyOf(theirs)));
+  EXPECT_TRUE(OpenFiles::recent(60)->contains(keyOf(theirs)));
 
-  // A program started since is looked at again, however young the last look.
+  // A program started since is looked at again, however young the last look; the system
+  // says a process started by moving on the last ID it gave out.
+  const auto before = OpenFiles::lastStarted();
+  ASSERT_TRUE(before) << "/proc/loadavg names the last process started";
   HeldOpen started(launched);
-  EXPECT_TRUE(OpenFiles::recent(60).contains(keyOf(launched)));
+  EXPECT_NE(OpenFiles::lastStarted(), before);
+  EXPECT_TRUE(OpenFiles::recent(60)->contains(keyOf(launched)));
 }
 
 TEST(CloneReplace, SharedCopyGivesItsSpaceBackAndKeepsEverythingElseOnXfsAndBtrfs) {
