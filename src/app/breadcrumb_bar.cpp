@@ -31,15 +31,24 @@ void BreadcrumbBar::setFolder(const FSNode* folder) {
   const auto ancestors = folder->ancestors();
   int position = 0;
   for (const FSNode* step : ancestors) {
-    if (position > 0) layout_->insertWidget(position++, new QLabel(QStringLiteral("›"), this));
+    if (position > 0) {
+      auto* separator = new QLabel(QStringLiteral("›"), this);
+      layout_->insertWidget(position++, separator);
+      separator->show();
+    }
     const bool top = step->parent == nullptr;
     auto* crumb = new QToolButton(this);
     crumb->setObjectName(QStringLiteral("crumb"));
     crumb->setAutoRaise(true);
     crumb->setText(QString::fromStdString(top ? tildePath(step->name, home_) : step->name));
-    crumb->setEnabled(step != folder);
+    if (step == folder) {
+      QFont font = crumb->font();
+      font.setBold(true);
+      crumb->setFont(font);
+    }
     connect(crumb, &QToolButton::clicked, this, [this, step] { emit chosen(step); });
     layout_->insertWidget(position++, crumb);
+    crumb->show();
   }
 }
 

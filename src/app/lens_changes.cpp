@@ -1,5 +1,7 @@
 #include "app/lens_changes.h"
 
+#include <algorithm>
+
 #include <QHeaderView>
 #include <QLabel>
 #include <QTreeWidget>
@@ -13,6 +15,7 @@ namespace tw::app {
 namespace {
 
 constexpr int pathRole = Qt::UserRole;
+constexpr int shownRows = 5;
 
 QString qstring(const std::string& text) { return QString::fromStdString(text); }
 
@@ -41,7 +44,6 @@ LensChanges::LensChanges(std::string home, QWidget* parent) : QWidget(parent), h
   list_->header()->setSectionResizeMode(0, QHeaderView::Stretch);
   list_->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
   list_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
-  list_->setMaximumHeight(130);
   connect(list_, &QTreeWidget::itemActivated, this,
           [this](QTreeWidgetItem* item) { emit openRequested(item->data(0, pathRole).toString().toStdString()); });
   auto* layout = new QVBoxLayout(this);
@@ -74,6 +76,10 @@ void LensChanges::showComparison(const std::optional<Snapshots::Comparison>& com
     row->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
     row->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);
   }
+  // As tall as its rows, up to five, so the map keeps the room.
+  const int rows = std::min(list_->topLevelItemCount(), shownRows);
+  list_->setFixedHeight(list_->header()->sizeHint().height() + rows * list_->sizeHintForRow(0) +
+                        2 * list_->frameWidth());
   list_->setVisible(true);
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <sstream>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -97,13 +98,15 @@ void LensModel::finishScan(std::uint64_t generation, std::shared_ptr<FSNode> tre
   if (generation != generation_) return;
   const double seconds = progress().seconds;
   scanner_.reset();
-  root_ = std::move(tree);
+  // The old tree lives until every view has moved to the new one.
+  const std::shared_ptr<FSNode> old = std::exchange(root_, std::move(tree));
   current_ = root_.get();
   comparison_ = std::move(comparison);
-  setMessage(fmt::format("{} in {} items, scanned in {:.1f} s", byteFormatter(root_->size), root_->itemCount, seconds));
-  emit scanningChanged();
+  message_ = fmt::format("{} in {} items, scanned in {:.1f} s", byteFormatter(root_->size), root_->itemCount, seconds);
   emit treeChanged();
   emit currentChanged();
+  emit scanningChanged();
+  emit messageChanged();
 }
 
 void LensModel::finishCancelled(std::uint64_t generation) {
