@@ -88,6 +88,14 @@ LensView::LensView(const Context& context, Dispatcher dispatcher, QWidget* paren
   showFolder();
 }
 
+// The tree goes with the model, before the child widgets that show it: they let go of it first.
+LensView::~LensView() {
+  progress_->stop();
+  map_->setFolder(nullptr);
+  children_->setFolder(nullptr);
+  crumbs_->setFolder(nullptr);
+}
+
 QWidget* LensView::makeHeader() {
   auto* header = new QWidget(this);
   path_ = new QLineEdit(header);

@@ -29,6 +29,7 @@ class LensView : public QWidget {
 
  public:
   LensView(const Context& context, Dispatcher dispatcher, QWidget* parent = nullptr);
+  ~LensView() override;
 
   [[nodiscard]] LensModel& model() { return model_; }
   // The folder the next scan covers.

@@ -120,10 +120,7 @@ class LensViewTest : public QObject {
     QVERIFY(writeBlocks(data / "nested/b.bin", 2 * MiB));
     for (int index = 0; index < 30; ++index) writeSmall(data / "nested" / ("note" + std::to_string(index)));
     LensView view(context_, qtDispatcher());
-    view.resize(1000, 640);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
-    scan(view, data.string());
+    showAndScan(view, data.string());
 
     const FSNode* root = view.model().root();
     QCOMPARE(root->children.size(), std::size_t{10});
@@ -155,10 +152,7 @@ class LensViewTest : public QObject {
     QVERIFY(writeBlocks(work / "docs/manual.pdf", 3 * MiB));
     QVERIFY(writeBlocks(work / "movie.mkv", 4 * MiB));
     LensView view(context_, qtDispatcher());
-    view.resize(1000, 640);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
-    scan(view, work.string());
+    showAndScan(view, work.string());
     auto* map = view.findChild<TreemapWidget*>(QStringLiteral("treemap"));
     auto* list = view.findChild<QTreeView*>(QStringLiteral("lensChildren"));
 
@@ -240,10 +234,7 @@ class LensViewTest : public QObject {
     QVERIFY(writeBlocks(work / "proj/keep.bin", 3 * MiB));
     QVERIFY(writeBlocks(work / "other.bin", 2 * MiB));
     LensView view(context_, qtDispatcher());
-    view.resize(1000, 640);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
-    scan(view, work.string());
+    showAndScan(view, work.string());
     const FSNode* root = view.model().root();
     const std::int64_t rootSize = root->size;
     const std::int64_t rootItems = root->itemCount;
@@ -295,10 +286,7 @@ class LensViewTest : public QObject {
     QVERIFY(writeBlocks(grow / "cache/old.bin", 10 * MiB));
     QVERIFY(writeBlocks(grow / "steady/same.bin", 4 * MiB));
     LensView view(context_, qtDispatcher());
-    view.resize(1000, 640);
-    view.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&view));
-    scan(view, grow.string());
+    showAndScan(view, grow.string());
     auto* since = view.findChild<QLabel*>(QStringLiteral("since"));
     QVERIFY(since->isVisible());
     QVERIFY2(since->text().startsWith(QStringLiteral("First scan")), qPrintable(since->text()));
@@ -382,6 +370,14 @@ class LensViewTest : public QObject {
   }
 
  private:
+  // Shows the view at a window's size, then scans.
+  static void showAndScan(LensView& view, const std::string& path) {
+    view.resize(1000, 640);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    scan(view, path);
+  }
+
   // Scans `path` with the view's own button and waits for the tree.
   static void scan(LensView& view, const std::string& path) {
     view.setFolder(path);
