@@ -45,7 +45,7 @@ LensChanges::LensChanges(std::string home, QWidget* parent) : QWidget(parent), h
   list_->header()->setSectionResizeMode(1, QHeaderView::ResizeToContents);
   list_->header()->setSectionResizeMode(2, QHeaderView::ResizeToContents);
   connect(list_, &QTreeWidget::itemActivated, this,
-          [this](QTreeWidgetItem* item) { emit openRequested(item->data(0, pathRole).toString().toStdString()); });
+          [this](QTreeWidgetItem* item) { emit openRequested(item->data(0, pathRole).toByteArray().toStdString()); });
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 4, 0, 0);
   layout->addWidget(since_);
@@ -71,7 +71,8 @@ void LensChanges::showComparison(const std::optional<Snapshots::Comparison>& com
   for (const auto& change : comparison->changes) {
     auto* row = new QTreeWidgetItem(
         list_, {qstring(tildePath(change.path, home_)), changeText(change), qstring(byteFormatter(change.after))});
-    row->setData(0, pathRole, qstring(change.path));
+    // The bytes themselves, so that a name that is not UTF-8 still opens.
+    row->setData(0, pathRole, QByteArray::fromStdString(change.path));
     row->setToolTip(0, tr("Open %1 in the map").arg(qstring(change.path)));
     row->setTextAlignment(1, Qt::AlignRight | Qt::AlignVCenter);
     row->setTextAlignment(2, Qt::AlignRight | Qt::AlignVCenter);

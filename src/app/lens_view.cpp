@@ -9,6 +9,7 @@
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QPushButton>
 #include <QSplitter>
 #include <QTimer>
@@ -80,6 +81,11 @@ LensView::LensView(const Context& context, Dispatcher dispatcher, QWidget* paren
       nodes.insert(node);
     }
     select(nodes);
+  });
+  map_->setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(map_, &TreemapWidget::customContextMenuRequested, this, [this](const QPoint& position) {
+    const LensTile* tile = map_->tileAt(position);
+    if (tile && tile->node) showMenu(tile->node, map_->mapToGlobal(position));
   });
   connect(changes_, &LensChanges::openRequested, this, [this](const std::string& path) { model_.openPath(path); });
   addKeys();
@@ -153,6 +159,12 @@ QWidget* LensView::makeExplorer() {
   }
   connect(list_->selectionModel(), &QItemSelectionModel::selectionChanged, this, &LensView::selectFromList);
   connect(list_, &QTreeView::activated, this, &LensView::openFromList);
+  list_->setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(list_, &QTreeView::customContextMenuRequested, this, [this](const QPoint& position) {
+    if (const FSNode* node = children_->nodeAt(list_->indexAt(position).row())) {
+      showMenu(node, list_->viewport()->mapToGlobal(position));
+    }
+  });
 
   auto* splitter = new QSplitter(explorer);
   splitter->addWidget(map_);
@@ -175,18 +187,11 @@ QWidget* LensView::makeFooter() {
   reveal_->setObjectName(QStringLiteral("reveal"));
   connect(reveal_, &QPushButton::clicked, this, [this] {
     const auto nodes = selection();
-    if (nodes.empty()) return;
-    const FSNode* node = nodes.front();
-    const std::string folder = node->isDir ? node->path() : node->parent->path();
-    QDesktopServices::openUrl(QUrl::fromLocalFile(qstring(folder)));
+    if (!nodes.empty()) reveal(*nodes.front());
   });
   copy_ = new QPushButton(tr("Copy Path"), footer);
   copy_->setObjectName(QStringLiteral("copyPath"));
-  connect(copy_, &QPushButton::clicked, this, [this] {
-    QStringList paths;
-    for (const FSNode* node : selection()) paths << qstring(node->path());
-    QApplication::clipboard()->setText(paths.join(QLatin1Char('\n')));
-  });
+  connect(copy_, &QPushButton::clicked, this, [this] { copyPaths(selection()); });
   trash_ = new QPushButton(tr("Move to Trash"), footer);
   trash_->setObjectName(QStringLiteral("moveToTrash"));
   connect(trash_, &QPushButton::clicked, this, &LensView::moveSelectedToTrash);
@@ -197,6 +202,35 @@ QWidget* LensView::makeFooter() {
   layout->addWidget(copy_);
   layout->addWidget(trash_);
   return footer;
+}
+
+// The folder itself, or the folder a file is in.
+void LensView::reveal(const FSNode& node) {
+  const std::string folder = node.isDir || node.parent == nullptr ? node.path() : node.parent->path();
+  QDesktopServices::openUrl(QUrl::fromLocalFile(qstring(folder)));
+}
+
+void LensView::copyPaths(const std::vector<const FSNode*>& nodes) {
+  QStringList paths;
+  for (const FSNode* node : nodes) paths << qstring(node->path());
+  QApplication::clipboard()->setText(paths.join(QLatin1Char('\n')));
+}
+
+// Right-clicking an entry chooses it (unless it is already among the chosen) and offers
+// what the footer offers, with Open for a folder.
+// Right-clicking an entry chooses it (unless it is already among the chosen) and offers
+// what the footer offers, with Open for a folder. The menu works on what is chosen when an
+// item is picked, as a scan may end while it is open.
+void LensView::showMenu(const FSNode* node, const QPoint& globalPosition) {
+  if (!selected_.contains(node)) select({node});
+  QMenu menu(this);
+  const std::string path = node->path();
+  if (node->isDir) menu.addAction(tr("Open"), this, [this, path] { model_.openPath(path); });
+  menu.addAction(tr("Reveal in File Manager"), reveal_, &QPushButton::click);
+  menu.addAction(tr("Copy Path"), copy_, &QPushButton::click);
+  menu.addSeparator();
+  menu.addAction(tr("Move to Trash…"), trash_, &QPushButton::click)->setEnabled(trash_->isEnabled());
+  menu.exec(globalPosition);
 }
 
 void LensView::addKeys() {

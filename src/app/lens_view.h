@@ -52,6 +52,9 @@ class LensView : public QWidget {
   void select(const std::set<const FSNode*>& nodes);
   void selectFromList();
   void openFromList(const QModelIndex& index);
+  void showMenu(const FSNode* node, const QPoint& globalPosition);
+  static void reveal(const FSNode& node);
+  static void copyPaths(const std::vector<const FSNode*>& nodes);
   [[nodiscard]] static std::set<const FSNode*> cameFrom(const FSNode* folder, const std::string& before);
 
   std::string home_;

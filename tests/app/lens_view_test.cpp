@@ -11,6 +11,7 @@
 #include <QDialog>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QProcess>
 #include <QPushButton>
@@ -19,6 +20,7 @@
 #include <QTest>
 #include <QTimer>
 #include <QToolButton>
+#include <QToolTip>
 #include <QTreeView>
 #include <QTreeWidget>
 
@@ -155,6 +157,14 @@ class LensViewTest : public QObject {
     showAndScan(view, work.string());
     auto* map = view.findChild<TreemapWidget*>(QStringLiteral("treemap"));
     auto* list = view.findChild<QTreeView*>(QStringLiteral("lensChildren"));
+
+    // Hovering a tile tells its path and sizes.
+    const QPoint movie = centreOf(*tileNamed(*map, "movie.mkv"));
+    QHelpEvent hover(QEvent::ToolTip, movie, map->mapToGlobal(movie));
+    QApplication::sendEvent(map, &hover);
+    QVERIFY2(QToolTip::text().contains(QString::fromStdString((work / "movie.mkv").string())) &&
+                 QToolTip::text().contains(QStringLiteral("4.2 MB")),
+             qPrintable(QToolTip::text()));
 
     // A click on a file tile selects it, in the list too; a click on a folder tile opens it.
     QTest::mouseClick(map, Qt::LeftButton, {}, centreOf(*tileNamed(*map, "movie.mkv")));
