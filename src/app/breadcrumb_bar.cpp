@@ -20,7 +20,11 @@ BreadcrumbBar::BreadcrumbBar(std::string home, QWidget* parent) : QWidget(parent
 void BreadcrumbBar::clear() {
   while (layout_->count() > 1) {
     QLayoutItem* item = layout_->takeAt(0);
-    delete item->widget();
+    // The button pressed may be the one going: it goes once its click is over.
+    if (QWidget* widget = item->widget()) {
+      widget->hide();
+      widget->deleteLater();
+    }
     delete item;
   }
 }

@@ -9,6 +9,7 @@
 #include "core/dev_item.h"
 #include "core/format.h"
 #include "core/removal_service.h"
+#include "fs/path.h"
 
 namespace tw::app {
 namespace {
@@ -23,9 +24,10 @@ bool isInside(const FSNode* node, const FSNode* folder) {
   return false;
 }
 
-RemovalItem trashItem(const FSNode& node) {
+// Named by where it was, from the home folder, so the history tells one "build" from another.
+RemovalItem trashItem(const FSNode& node, const std::string& home) {
   DevItem item;
-  item.name = node.name;
+  item.name = tildePath(node.path(), home);
   item.size = node.size;
   item.freeable = node.freeable;
   item.restoreHint = trashRestore;
@@ -154,7 +156,7 @@ void LensModel::moveToTrash(const std::vector<const FSNode*>& entries) {
   std::vector<std::string> paths;
   for (const FSNode* entry : entries) {
     if (entry == nullptr || entry == root_.get() || !isInside(entry, root_.get())) continue;
-    items.push_back(trashItem(*entry));
+    items.push_back(trashItem(*entry, context_.home));
     paths.push_back(entry->path());
   }
   if (items.empty()) return;
