@@ -3,6 +3,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QComboBox>
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QHBoxLayout>
@@ -172,9 +173,20 @@ QWidget* LensView::makeExplorer() {
   splitter->setStretchFactor(0, 3);
   splitter->setStretchFactor(1, 2);
   splitter->setChildrenCollapsible(false);
+  auto* measure = new QComboBox(explorer);
+  measure->setObjectName(QStringLiteral("mapMeasure"));
+  measure->setAccessibleName(tr("Map by"));
+  measure->addItem(tr("Map by size"), static_cast<int>(LensMeasure::size));
+  measure->addItem(tr("Map by real size"), static_cast<int>(LensMeasure::real));
+  measure->setToolTip(tr("Real size is what deleting would give back: shared blocks and hard links excluded."));
+  connect(measure, &QComboBox::currentIndexChanged, this,
+          [this, measure] { map_->setMeasure(static_cast<LensMeasure>(measure->currentData().toInt())); });
+  auto* bar = new QHBoxLayout;
+  bar->addWidget(crumbs_, 1);
+  bar->addWidget(measure);
   auto* layout = new QVBoxLayout(explorer);
   layout->setContentsMargins(0, 0, 0, 0);
-  layout->addWidget(crumbs_);
+  layout->addLayout(bar);
   layout->addWidget(splitter, 1);
   return explorer;
 }

@@ -30,17 +30,30 @@ QString tileName(const LensTile& tile, const FSNode& folder) {
 
 }  // namespace
 
-std::vector<LensTile> lensTiles(const FSNode& folder, const Rect& area) {
+std::int64_t measureOf(const FSNode& node, LensMeasure measure) {
+  return measure == LensMeasure::size ? node.size : node.freeable;
+}
+
+std::int64_t foldedMeasure(const FSNode& folder, LensMeasure measure) {
+  if (measure == LensMeasure::size) return folder.smallBytes;
+  std::int64_t counted = 0;
+  for (const auto& child : folder.children) counted += child->freeable;
+  return std::max<std::int64_t>(0, folder.freeable - counted);
+}
+
+std::vector<LensTile> lensTiles(const FSNode& folder, const Rect& area, LensMeasure measure) {
   std::vector<LensTile> tiles;
-  const bool folds = folder.smallBytes > 0;
+  const std::int64_t folded = folder.smallCount > 0 ? foldedMeasure(folder, measure) : 0;
+  const bool folds = folded > 0;
   const std::size_t shown = std::min(folder.children.size(), kTreemapTileLimit - (folds ? 1 : 0));
   for (std::size_t index = 0; index < shown; ++index) {
-    tiles.push_back({folder.children[index].get(), folder.children[index]->size, {}});
+    const FSNode* child = folder.children[index].get();
+    tiles.push_back({child, measureOf(*child, measure), {}});
   }
   if (folds) {
     const auto place =
-        std::find_if(tiles.begin(), tiles.end(), [&](const LensTile& tile) { return tile.bytes < folder.smallBytes; });
-    tiles.insert(place, LensTile{nullptr, folder.smallBytes, {}});
+        std::find_if(tiles.begin(), tiles.end(), [&](const LensTile& tile) { return tile.bytes < folded; });
+    tiles.insert(place, LensTile{nullptr, folded, {}});
   }
   std::vector<double> values;
   values.reserve(tiles.size());
@@ -64,6 +77,12 @@ void TreemapWidget::setFolder(const FSNode* folder) {
   update();
 }
 
+void TreemapWidget::setMeasure(LensMeasure measure) {
+  measure_ = measure;
+  layOut();
+  update();
+}
+
 void TreemapWidget::setSelection(const std::set<const FSNode*>& selection) {
   selection_ = selection;
   update();
@@ -71,7 +90,8 @@ void TreemapWidget::setSelection(const std::set<const FSNode*>& selection) {
 
 void TreemapWidget::layOut() {
   tiles_.clear();
-  if (folder_) tiles_ = lensTiles(*folder_, {0, 0, static_cast<double>(width()), static_cast<double>(height())});
+  if (folder_)
+    tiles_ = lensTiles(*folder_, {0, 0, static_cast<double>(width()), static_cast<double>(height())}, measure_);
 }
 
 const LensTile* TreemapWidget::tileAt(const QPointF& point) const {
@@ -136,10 +156,12 @@ bool TreemapWidget::event(QEvent* event) {
     return true;
   }
   const QString where = tile->node ? qstring(tile->node->path()) : qstring(folder_->path());
-  const QString real = tile->node ? qstring(byteFormatter(tile->node->freeable)) : QStringLiteral("—");
+  const std::int64_t size = tile->node ? tile->node->size : foldedMeasure(*folder_, LensMeasure::size);
+  const std::int64_t real = tile->node ? tile->node->freeable : foldedMeasure(*folder_, LensMeasure::real);
   QToolTip::showText(
       help->globalPos(),
-      tr("%1\n%2\nSize %3 · real %4").arg(where, tileName(*tile, *folder_), qstring(byteFormatter(tile->bytes)), real),
+      tr("%1\n%2\nSize %3 · real %4")
+          .arg(where, tileName(*tile, *folder_), qstring(byteFormatter(size)), qstring(byteFormatter(real))),
       this);
   return true;
 }

@@ -17,13 +17,21 @@ namespace tw::app {
 // folded together.
 struct LensTile {
   const FSNode* node = nullptr;
-  std::int64_t bytes = 0;
+  std::int64_t bytes = 0;  // by the map's measure
   Rect rect;
 };
 
+// What the tiles' areas stand for: the space taken, or what deleting would give back.
+enum class LensMeasure { size, real };
+
+[[nodiscard]] std::int64_t measureOf(const FSNode& node, LensMeasure measure);
+// The folded small entries' share of a folder: what its children do not account for.
+[[nodiscard]] std::int64_t foldedMeasure(const FSNode& folder, LensMeasure measure);
+
 // The tiles of a folder within `area`: its biggest children and, when it has any, its folded
-// small entries as one tile in the place their size gives them; no more than the tile limit.
-[[nodiscard]] std::vector<LensTile> lensTiles(const FSNode& folder, const Rect& area);
+// small entries as one tile in the place their measure gives them; no more than the tile limit.
+[[nodiscard]] std::vector<LensTile> lensTiles(const FSNode& folder, const Rect& area,
+                                              LensMeasure measure = LensMeasure::size);
 
 // A folder's children as a squarified map of rounded tiles: folders stronger than files,
 // a name and size where a tile has room. Clicking a folder opens it, clicking a file selects
@@ -36,6 +44,7 @@ class TreemapWidget : public QWidget {
 
   void setFolder(const FSNode* folder);
   void setSelection(const std::set<const FSNode*>& selection);
+  void setMeasure(LensMeasure measure);
   [[nodiscard]] const std::vector<LensTile>& tiles() const { return tiles_; }
   // The tile under a point of the widget, if any.
   [[nodiscard]] const LensTile* tileAt(const QPointF& point) const;
@@ -56,6 +65,7 @@ class TreemapWidget : public QWidget {
   void paintTile(QPainter& painter, const LensTile& tile, std::size_t index) const;
 
   const FSNode* folder_ = nullptr;
+  LensMeasure measure_ = LensMeasure::size;
   std::vector<LensTile> tiles_;
   std::set<const FSNode*> selection_;
 };

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include <QApplication>
+#include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QElapsedTimer>
@@ -88,10 +89,15 @@ const LensTile* tileNamed(const TreemapWidget& map, const std::string& name) {
 
 // What the map of a folder must be: squarify's rectangles for its children's sizes and its
 // small entries' total, largest first, in the map's own area.
-std::vector<Rect> expectedRects(const FSNode& folder, const QSize& area) {
+std::vector<Rect> expectedRects(const FSNode& folder, const QSize& area, bool real = false) {
   std::vector<double> values;
-  for (const auto& child : folder.children) values.push_back(static_cast<double>(child->size));
-  if (folder.smallBytes > 0) values.push_back(static_cast<double>(folder.smallBytes));
+  std::int64_t childrenReal = 0;
+  for (const auto& child : folder.children) {
+    values.push_back(static_cast<double>(real ? child->freeable : child->size));
+    childrenReal += child->freeable;
+  }
+  const std::int64_t folded = real ? folder.freeable - childrenReal : folder.smallBytes;
+  if (folder.smallCount > 0 && folded > 0) values.push_back(static_cast<double>(folded));
   std::stable_sort(values.begin(), values.end(), std::greater<>());
   if (values.size() > kTreemapTileLimit) values.resize(kTreemapTileLimit);
   return squarify(values, {0, 0, static_cast<double>(area.width()), static_cast<double>(area.height())});
@@ -145,6 +151,11 @@ class LensViewTest : public QObject {
     QCOMPARE(nested->smallCount, 30);
     checkTiles(*map, *nested);
     QVERIFY(std::any_of(map->tiles().begin(), map->tiles().end(), [](const LensTile& tile) { return !tile.node; }));
+
+    // Mapped by what deleting would give back, the tiles are that measure's layout.
+    view.findChild<QComboBox*>(QStringLiteral("mapMeasure"))->setCurrentIndex(1);
+    checkTiles(*map, *nested, /*real=*/true);
+    QVERIFY(nested->freeable > 0);
   }
 
   void foldersOpenByClickAndEnterAndBackspaceAndTheBreadcrumbsGoBackUp() {
@@ -407,8 +418,8 @@ class LensViewTest : public QObject {
     QCOMPARE(done.count(), 1);
   }
 
-  static void checkTiles(const TreemapWidget& map, const FSNode& folder) {
-    const auto expected = expectedRects(folder, map.size());
+  static void checkTiles(const TreemapWidget& map, const FSNode& folder, bool real = false) {
+    const auto expected = expectedRects(folder, map.size(), real);
     QCOMPARE(map.tiles().size(), expected.size());
     for (std::size_t index = 0; index < expected.size(); ++index) {
       QVERIFY2(map.tiles()[index].rect == expected[index], qPrintable(QStringLiteral("tile %1").arg(index)));
