@@ -11,8 +11,10 @@
 #include <QVBoxLayout>
 
 #include "app/history_view.h"
+#include "app/lens_view.h"
 #include "app/overview_view.h"
 #include "app/pane_view.h"
+#include "app/qt_dispatcher.h"
 #include "app/settings_window.h"
 #include "app/sidebar.h"
 #include "app/update_banner.h"
@@ -149,7 +151,7 @@ void MainWindow::addViews() {
   auto* overview = new OverviewView(context_, panes_, stack_);
   connect(overview, &OverviewView::openPane, this, [this](Pane pane) { showPane(pane); });
   add(Pane::overview, overview);
-  add(Pane::lens, placeholder(tr("Space Lens will show what fills a folder, as a map of its biggest parts."), stack_));
+  add(Pane::lens, new LensView(context_, qtDispatcher(), stack_));
   add(Pane::trash, placeholder(tr("The Trash will list what it holds, to restore or remove for good."), stack_));
   add(Pane::history, new HistoryView(context_, stack_));
   for (const auto& screen : Screens::all()) add(screen.pane, new PaneView(screen, panes_.at(screen.pane), stack_));
