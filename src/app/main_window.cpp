@@ -15,6 +15,7 @@
 #include "app/pane_view.h"
 #include "app/settings_window.h"
 #include "app/sidebar.h"
+#include "app/trash_view.h"
 #include "app/update_banner.h"
 #include "core/version.h"
 
@@ -38,7 +39,7 @@ MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
   setObjectName(QStringLiteral("mainWindow"));
   sidebar_ = new Sidebar(context_, panes_, this);
   stack_ = new QStackedWidget(this);
-  addViews();
+  addViews(dispatcher);
 
   auto* splitter = new QSplitter(this);
   splitter->addWidget(sideColumn());
@@ -141,7 +142,7 @@ void MainWindow::openSettings() {
 // The views go before the panes they observe; the panes then cancel and join their work.
 MainWindow::~MainWindow() { delete takeCentralWidget(); }
 
-void MainWindow::addViews() {
+void MainWindow::addViews(const Dispatcher& dispatcher) {
   const auto add = [this](Pane pane, QWidget* view) {
     stack_->addWidget(view);
     views_[pane] = view;
@@ -150,7 +151,7 @@ void MainWindow::addViews() {
   connect(overview, &OverviewView::openPane, this, [this](Pane pane) { showPane(pane); });
   add(Pane::overview, overview);
   add(Pane::lens, placeholder(tr("Space Lens will show what fills a folder, as a map of its biggest parts."), stack_));
-  add(Pane::trash, placeholder(tr("The Trash will list what it holds, to restore or remove for good."), stack_));
+  add(Pane::trash, new TrashView(context_, std::make_shared<TrashModel>(dispatcher, context_), stack_));
   add(Pane::history, new HistoryView(context_, stack_));
   for (const auto& screen : Screens::all()) add(screen.pane, new PaneView(screen, panes_.at(screen.pane), stack_));
 }
