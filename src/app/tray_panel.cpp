@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QMenu>
+#include <QPointer>
 #include <QSystemTrayIcon>
 #include <QTimer>
 #include <QWidget>
@@ -66,10 +67,19 @@ TrayPanel::TrayPanel(Context context, QWidget* window, std::unique_ptr<TrayHost>
   minute_->setInterval(refreshMilliseconds);
   connect(minute_, &QTimer::timeout, this, &TrayPanel::refresh);
   minute_->start();
+  // The settings window (or another process) switches the icon or its free space on and off.
+  QPointer<TrayPanel> self(this);
+  settingsToken_ = context_.settings->observe([self, post = qtDispatcher()](const Settings::Change& change) {
+    if (!change.keys.contains(Prefs::menuBarEnabled) && !change.keys.contains(Prefs::menuBarShowsFree)) return;
+    post([self] {
+      if (self) self->refresh();
+    });
+  });
   refresh();
 }
 
 TrayPanel::~TrayPanel() {
+  context_.settings->unobserve(settingsToken_);
   // The window's close quits again once nothing keeps the app running.
   QApplication::setQuitOnLastWindowClosed(true);
 }

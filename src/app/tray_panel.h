@@ -74,6 +74,7 @@ class TrayPanel : public QObject {
   QTimer* minute_ = nullptr;
   bool shown_ = false;
   bool cleaning_ = false;
+  int settingsToken_ = 0;
   // Last, so that it goes first: a clean under way is joined before the rest goes.
   TaskRunner runner_;
 };
