@@ -29,18 +29,12 @@
 #include "core/scan_cache.h"
 #include "sample_home.h"
 #include "trash/trash_layout.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
 
 QString text(const std::string& value) { return QString::fromStdString(value); }
-
-void write(const QString& path, const QByteArray& bytes) {
-  QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-  QFile file(path);
-  QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-  QCOMPARE(file.write(bytes), bytes.size());
-}
 
 QByteArray contents(const QString& path) {
   QFile file(path);
@@ -63,13 +57,6 @@ void clickInNextQuestion(const QString& button) {
   poll->start();
 }
 
-void photograph(QWidget& window, const QString& name) {
-  const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-  QVERIFY(folder.mkpath(QStringLiteral(".")));
-  QApplication::processEvents();
-  QVERIFY(window.grab().save(folder.filePath(name + QStringLiteral(".png"))));
-}
-
 }  // namespace
 
 // The Trash screen over a Trash that trash-cli filled in a temporary home; the model sees
@@ -90,10 +77,10 @@ class TrashViewTest : public QObject {
 
   void putBackRestoresEachItemToItsFolderOrAFreeNameBesideIt() {
     requireTrashCli();
-    write(path("docs/report.txt"), "first report\n");
-    write(path("docs/notes.md"), "old notes\n");
+    writeBytes(path("docs/report.txt"), "first report\n");
+    writeBytes(path("docs/notes.md"), "old notes\n");
     trashPut({path("docs/report.txt"), path("docs/notes.md")});
-    write(path("docs/notes.md"), "new notes\n");  // the name is taken again meanwhile
+    writeBytes(path("docs/notes.md"), "new notes\n");  // the name is taken again meanwhile
     TrashView view(context_, homeTrash());
     view.show();
     waitUntilListed(view, 2);
@@ -118,8 +105,8 @@ class TrashViewTest : public QObject {
 
   void deleteAsksFirstAndRemovesOnlyTheTickedItems() {
     requireTrashCli();
-    write(path("keep.log"), "keep\n");
-    write(path("old build/out.o"), QByteArray(50'000, 'x'));
+    writeBytes(path("keep.log"), "keep\n");
+    writeBytes(path("old build/out.o"), QByteArray(50'000, 'x'));
     trashPut({path("keep.log"), path("old build")});
     TrashView view(context_, homeTrash());
     view.show();
@@ -149,8 +136,8 @@ class TrashViewTest : public QObject {
 
   void emptyTrashDeletesEverythingAndTheSidebarFollowsTheTotal() {
     requireTrashCli();
-    write(path("a.bin"), QByteArray(20'000, 'a'));
-    write(path("project/target/big.bin"), QByteArray(80'000, 'b'));
+    writeBytes(path("a.bin"), QByteArray(20'000, 'a'));
+    writeBytes(path("project/target/big.bin"), QByteArray(80'000, 'b'));
     trashPut({path("a.bin"), path("project/target")});
     MainWindow window(context_, qtDispatcher());
     auto* view = new TrashView(context_, homeTrash(), &window);  // this home's Trash only
@@ -210,12 +197,12 @@ class TrashViewTest : public QObject {
       const QString name = QStringLiteral("item-%1%2").arg(index).arg(index < folders ? "" : ".txt");
       if (index < folders) {
         QVERIFY(QDir().mkpath(stored + name));
-        write(stored + name + QStringLiteral("/inside.bin"), QByteArray(100 + index, 'f'));
+        writeBytes(stored + name + QStringLiteral("/inside.bin"), QByteArray(100 + index, 'f'));
       } else {
-        write(stored + name, QByteArray(10 + index % 100, 't'));
+        writeBytes(stored + name, QByteArray(10 + index % 100, 't'));
       }
-      write(info + name + QStringLiteral(".trashinfo"),
-            "[Trash Info]\nPath=" + path("work/" + name).toUtf8() + "\nDeletionDate=" + date + "\n");
+      writeBytes(info + name + QStringLiteral(".trashinfo"),
+                 "[Trash Info]\nPath=" + path("work/" + name).toUtf8() + "\nDeletionDate=" + date + "\n");
     }
     TrashView view(context_, homeTrash());
     const auto* model = view.findChild<TrashItemModel*>();
@@ -302,15 +289,15 @@ class TrashViewTest : public QObject {
     const QString stored = trashFolder_ + QStringLiteral("/files/") + name;
     if (folder) {
       for (int part = 0; part < 6; ++part) {
-        write(stored + QStringLiteral("/lib%1/index.js").arg(part), QByteArray(30'000 * (part + 1), 'j'));
+        writeBytes(stored + QStringLiteral("/lib%1/index.js").arg(part), QByteArray(30'000 * (part + 1), 'j'));
       }
     } else {
-      write(stored, QByteArray(bytes, 'd'));
+      writeBytes(stored, QByteArray(bytes, 'd'));
     }
     const QByteArray date = QDateTime::currentDateTime().addDays(-days).toString(Qt::ISODate).left(19).toUtf8();
-    write(trashFolder_ + QStringLiteral("/info/") + name + QStringLiteral(".trashinfo"),
-          "[Trash Info]\nPath=" + QUrl::toPercentEncoding(path("Projects/" + name), "/") + "\nDeletionDate=" + date +
-              "\n");
+    writeBytes(trashFolder_ + QStringLiteral("/info/") + name + QStringLiteral(".trashinfo"),
+               "[Trash Info]\nPath=" + QUrl::toPercentEncoding(path("Projects/" + name), "/") +
+                   "\nDeletionDate=" + date + "\n");
   }
 
   static void waitUntilListed(TrashView& view, int rows) {

@@ -22,6 +22,7 @@
 #include "manual_timers.h"
 #include "sample_home.h"
 #include "session_bus.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
@@ -29,13 +30,6 @@ namespace {
 using namespace std::chrono_literals;
 
 QString text(const std::string& value) { return QString::fromStdString(value); }
-
-void write(const QString& path, const QByteArray& bytes) {
-  QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-  QFile file(path);
-  QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-  QCOMPARE(file.write(bytes), bytes.size());
-}
 
 // Stands in for the desktop's tray, which the off-screen platform does not have.
 class StandInTray : public TrayHost {
@@ -157,9 +151,9 @@ class TrayRunnerTest : public QObject {
     requireBus();
     test::NotificationServer server(bus_->address());
     QVERIFY(server.ready());
-    write(home_->filePath(".cache/pip/http/blob"), QByteArray(40'000, 'p'));
-    write(home_->filePath("Downloads/setup.deb"), QByteArray(10'000, 'd'));
-    write(home_->filePath("keep/notes.txt"), "mine\n");
+    writeBytes(home_->filePath(".cache/pip/http/blob"), QByteArray(40'000, 'p'));
+    writeBytes(home_->filePath("Downloads/setup.deb"), QByteArray(10'000, 'd'));
+    writeBytes(home_->filePath("keep/notes.txt"), "mine\n");
     QWidget window;
     TrayPanel panel(context_, &window, std::make_unique<StandInTray>(tray_));
     QSignalSpy cleaned(&panel, &TrayPanel::cleaned);
@@ -186,7 +180,7 @@ class TrayRunnerTest : public QObject {
     requireBus();
     test::NotificationServer server(bus_->address());
     QVERIFY(server.ready());
-    write(home_->filePath(".cache/pip/http/blob"), QByteArray(40'000, 'p'));
+    writeBytes(home_->filePath(".cache/pip/http/blob"), QByteArray(40'000, 'p'));
     context_.settings->set(Prefs::ruleSmartClean, true);
     context_.settings->set(Prefs::lowSpaceGB, 10'000'000);  // every real disk is "low" against 10 PB
     const auto timers = std::make_shared<test::ManualTimers>(std::chrono::system_clock::now());
@@ -233,8 +227,6 @@ class TrayRunnerTest : public QObject {
   }
 
   void theTrayMenuIsPhotographedInLightAndDark() {
-    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-    QVERIFY(folder.mkpath(QStringLiteral(".")));
     for (const auto& [appearance, suffix] :
          {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
       applyAppearance(appearance);
@@ -242,8 +234,7 @@ class TrayRunnerTest : public QObject {
       TrayPanel panel(context_, &window, std::make_unique<StandInTray>(tray_));
       panel.menu()->popup(QPoint(40, 40));
       QVERIFY(QTest::qWaitForWindowExposed(panel.menu()));
-      QVERIFY(
-          panel.menu()->grab().save(folder.filePath(QStringLiteral("tray-menu") + suffix + QStringLiteral(".png"))));
+      photograph(*panel.menu(), QStringLiteral("tray-menu") + suffix);
       panel.menu()->hide();
     }
     applyAppearance(Appearance::light);

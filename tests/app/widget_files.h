@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QTest>
+#include <QWidget>
+
+namespace tw::app {
+
+// Writes `bytes` to `path`, making its folders first.
+inline void writeBytes(const QString& path, const QByteArray& bytes) {
+  QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+  QFile file(path);
+  QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+  QCOMPARE(file.write(bytes), bytes.size());
+}
+
+// Saves what `widget` shows as <name>.png in the build's screenshots folder.
+inline void photograph(QWidget& widget, const QString& name) {
+  const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
+  QVERIFY(folder.mkpath(QStringLiteral(".")));
+  QApplication::processEvents();
+  QVERIFY(widget.grab().save(folder.filePath(name + QStringLiteral(".png"))));
+}
+
+}  // namespace tw::app
