@@ -75,6 +75,8 @@ TrashView::TrashView(Context context, std::shared_ptr<TrashModel> trash, QWidget
   token_ = trash_->observe([this](const TrashModel::Notice& notice) { showState(notice.field); });
   showSummary();
   showFooter();
+  // Listed at once, so that the sidebar shows the Trash's total before the screen is opened.
+  reload();
 }
 
 TrashView::~TrashView() { trash_->unobserve(token_); }
@@ -231,9 +233,16 @@ void TrashView::showProgress() {
   status_->setText(total > 0 ? tr("Working… %1 of %2 done").arg(trash_->progress()).arg(total) : tr("Working…"));
 }
 
+// Only a change is written: opening the window over an empty Trash leaves the settings alone.
 void TrashView::saveTotal() {
-  ScanCache::save(context_, std::string(rawValue(Pane::trash)), trash_->total(),
-                  static_cast<std::int64_t>(trash_->items().size()));
+  const std::string key(rawValue(Pane::trash));
+  const std::int64_t bytes = trash_->total();
+  const auto items = static_cast<std::int64_t>(trash_->items().size());
+  const auto cached = ScanCache::all(context_);
+  const auto known = cached.find(key);
+  const bool unchanged =
+      known == cached.end() ? bytes == 0 && items == 0 : known->second.bytes == bytes && known->second.items == items;
+  if (!unchanged) ScanCache::save(context_, key, bytes, items);
 }
 
 void TrashView::putBackSelected() {

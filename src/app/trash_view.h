@@ -23,7 +23,8 @@ class TrashItemModel;
 // The Trash screen: what every Trash folder holds, one row per item with where it came
 // from, its size as it is measured and when it was trashed; search, the older-than-30-days
 // filter and the sorts; Put Back, Delete and Empty Trash, each confirmed where it cannot be
-// undone. The Trash's total goes to the scan cache, which the sidebar shows.
+// undone. It lists the Trash when it is made and again each time it is shown; the Trash's
+// total goes to the scan cache, which the sidebar shows.
 class TrashView : public QWidget {
   Q_OBJECT
 
