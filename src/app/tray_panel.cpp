@@ -26,8 +26,13 @@ class SystemTray : public TrayHost {
  public:
   SystemTray() { icon_.setIcon(symbolIcon("wind")); }
   [[nodiscard]] bool available() const override { return QSystemTrayIcon::isSystemTrayAvailable(); }
-  void show(QMenu* menu) override {
+  void show(QMenu* menu, std::function<void()> clicked) override {
     icon_.setContextMenu(menu);
+    QObject::disconnect(&icon_, &QSystemTrayIcon::activated, nullptr, nullptr);
+    QObject::connect(&icon_, &QSystemTrayIcon::activated, &icon_,
+                     [clicked = std::move(clicked)](QSystemTrayIcon::ActivationReason reason) {
+                       if (reason == QSystemTrayIcon::Trigger) clicked();
+                     });
     icon_.show();
   }
   void hide() override { icon_.hide(); }
@@ -98,7 +103,7 @@ void TrayPanel::refresh() {
   host_->setToolTip(settings.boolean(Prefs::menuBarShowsFree) ? tr("Tidewarden · %1").arg(free) : tr("Tidewarden"));
   if (wanted != shown_) {
     if (wanted) {
-      host_->show(menu_);
+      host_->show(menu_, [this] { openWindow(); });
     } else {
       host_->hide();
     }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -23,7 +24,8 @@ class TrayHost {
   virtual ~TrayHost() = default;
   // The desktop shows tray icons.
   [[nodiscard]] virtual bool available() const = 0;
-  virtual void show(QMenu* menu) = 0;
+  // Shows the icon with `menu`; a plain click on it calls `clicked`.
+  virtual void show(QMenu* menu, std::function<void()> clicked) = 0;
   virtual void hide() = 0;
   virtual void setToolTip(const QString& text) = 0;
 };

@@ -39,11 +39,13 @@ class StandInTray : public TrayHost {
     bool shown = false;
     QMenu* menu = nullptr;
     QString toolTip;
+    std::function<void()> clicked;
   };
   explicit StandInTray(std::shared_ptr<State> state) : state_(std::move(state)) {}
   [[nodiscard]] bool available() const override { return state_->available; }
-  void show(QMenu* menu) override {
+  void show(QMenu* menu, std::function<void()> clicked) override {
     state_->menu = menu;
+    state_->clicked = std::move(clicked);
     state_->shown = true;
   }
   void hide() override { state_->shown = false; }
@@ -132,6 +134,9 @@ class TrayRunnerTest : public QObject {
     QCOMPARE(quitting.count(), 0);
 
     actionNamed(*panel.menu(), QStringLiteral("Open Tidewarden"))->trigger();
+    QVERIFY(window.isVisible());
+    QVERIFY(window.close());
+    tray_->clicked();  // a plain click on the icon opens it too
     QVERIFY(window.isVisible());
 
     // Switched off in the settings: the icon goes and closing the window quits again.
