@@ -37,13 +37,15 @@ TrashItemModel::TrashItemModel(std::shared_ptr<TrashModel> trash, std::string ho
       case TrashField::selection:
         ticksChanged(notice.rows);
         break;
-      case TrashField::sort:
       case TrashField::search:
       case TrashField::olderOnly:
         rebuildRows();
         break;
+      case TrashField::sort:
+        reorderRows();
+        break;
       case TrashField::sizing:
-        if (!trash_->sizing() && trash_->sort() == TrashModel::Sort::size) rebuildRows();
+        if (!trash_->sizing() && trash_->sort() == TrashModel::Sort::size) reorderRows();
         break;
       default:
         break;
@@ -55,6 +57,27 @@ TrashItemModel::~TrashItemModel() { trash_->unobserve(token_); }
 
 void TrashItemModel::rebuildRows() {
   beginResetModel();
+  mapRows();
+  endResetModel();
+}
+
+// The same items in a new order: the view keeps its current and highlighted rows.
+void TrashItemModel::reorderRows() {
+  emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+  const std::vector<std::size_t> before = rows_;
+  mapRows();
+  const QModelIndexList from = persistentIndexList();
+  QModelIndexList to;
+  for (const QModelIndex& index : from) {
+    const std::size_t item = before.at(static_cast<std::size_t>(index.row()));
+    const int row = item < rowOfItem_.size() ? rowOfItem_[item] : -1;
+    to << (row < 0 ? QModelIndex() : this->index(row, index.column()));
+  }
+  changePersistentIndexList(from, to);
+  emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+}
+
+void TrashItemModel::mapRows() {
   const auto& items = trash_->items();
   std::unordered_map<std::string_view, std::size_t> indexOf;
   indexOf.reserve(items.size());
@@ -67,7 +90,6 @@ void TrashItemModel::rebuildRows() {
     rowOfItem_[found->second] = static_cast<int>(rows_.size());
     rows_.push_back(found->second);
   }
-  endResetModel();
 }
 
 // One notice per batch of measured folders: one dataChanged over the span of rows it touched.

@@ -37,6 +37,9 @@ class TrashItemModel : public QAbstractTableModel {
 
  private:
   void rebuildRows();
+  void reorderRows();
+  // Fills the row map from the model's visible list.
+  void mapRows();
   void sizesChanged(const std::vector<std::size_t>& items);
   void ticksChanged(const std::vector<std::size_t>& items);
   void announceRows(const std::vector<std::size_t>& items, int firstColumn, int lastColumn, const QList<int>& roles);

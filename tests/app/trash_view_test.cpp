@@ -170,8 +170,11 @@ class TrashViewTest : public QObject {
     QVERIFY(QTest::qWaitForWindowActive(&view));
     waitUntilListed(view, 3);
     QCOMPARE(names(view), (QStringList{"fresh.txt", "Middle.dat", "ancient.log"}));  // largest first
+    auto* list = view.findChild<QTreeView*>(QStringLiteral("trashItems"));
+    list->setCurrentIndex(list->model()->index(rowNamed(view, "fresh.txt"), TrashItemModel::nameColumn));
     view.findChild<QComboBox*>(QStringLiteral("sort"))->setCurrentIndex(2);
     QCOMPARE(names(view), (QStringList{"ancient.log", "fresh.txt", "Middle.dat"}));  // A to Z, ignoring case
+    QCOMPARE(list->currentIndex().data().toString(), QStringLiteral("fresh.txt"));   // the row it was on
     view.findChild<QComboBox*>(QStringLiteral("sort"))->setCurrentIndex(1);
     QCOMPARE(names(view), (QStringList{"fresh.txt", "Middle.dat", "ancient.log"}));  // newest first
     view.findChild<QCheckBox*>(QStringLiteral("olderOnly"))->setChecked(true);
