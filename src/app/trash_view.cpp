@@ -1,11 +1,14 @@
 #include "app/trash_view.h"
 
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QPushButton>
@@ -60,6 +63,9 @@ TrashView::TrashView(Context context, std::shared_ptr<TrashModel> trash, QWidget
   header->resizeSection(TrashItemModel::nameColumn, 240);
   header->resizeSection(TrashItemModel::sizeColumn, 100);
   header->resizeSection(TrashItemModel::dateColumn, 160);
+
+  list_->setContextMenuPolicy(Qt::CustomContextMenu);
+  connect(list_, &QWidget::customContextMenuRequested, this, &TrashView::showRowMenu);
 
   progress_ = new QTimer(this);
   progress_->setInterval(100);
@@ -243,6 +249,27 @@ void TrashView::saveTotal() {
   const bool unchanged =
       known == cached.end() ? bytes == 0 && items == 0 : known->second.bytes == bytes && known->second.items == items;
   if (!unchanged) ScanCache::save(context_, key, bytes, items);
+}
+
+// The row under the pointer's own actions, whatever is ticked.
+void TrashView::showRowMenu(const QPoint& position) {
+  const TrashItem* row = model_->itemAt(list_->indexAt(position).row());
+  if (!row || trash_->busy()) return;
+  const TrashItem item = *row;  // the list may be rebuilt while the menu is open
+  auto* menu = new QMenu(this);
+  menu->setObjectName(QStringLiteral("rowMenu"));
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  QAction* putBack = menu->addAction(tr("Put Back"), this, [this, item] { trash_->putBack({item}); });
+  putBack->setEnabled(item.origin.has_value());
+  menu->addAction(tr("Delete…"), this, [this, item] {
+    confirmAndDelete(tr("Delete “%1” for good?").arg(text(item.name)), tr("Delete"), {item});
+  });
+  menu->addSeparator();
+  QAction* copy = menu->addAction(tr("Copy Original Location"), this, [item] {
+    QGuiApplication::clipboard()->setText(text(item.origin.value_or(std::string())));
+  });
+  copy->setEnabled(item.origin.has_value());
+  menu->popup(list_->viewport()->mapToGlobal(position));
 }
 
 void TrashView::putBackSelected() {

@@ -55,6 +55,7 @@ class TrashView : public QWidget {
   void showFooter();
   void showProgress();
   void saveTotal();
+  void showRowMenu(const QPoint& position);
   // Deletes `items` once the user agrees to `question`; then offers the administrator retry.
   void confirmAndDelete(const QString& question, const QString& action, std::vector<TrashItem> items);
   void offerAdministratorRetry();

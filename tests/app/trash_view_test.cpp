@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QCheckBox>
+#include <QClipboard>
 #include <QComboBox>
 #include <QDateTime>
 #include <QDir>
@@ -7,6 +8,7 @@
 #include <QFile>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QProcess>
 #include <QProgressBar>
@@ -102,6 +104,33 @@ class TrashViewTest : public QObject {
     QCOMPARE(restoredOld.size(), 1);
     QVERIFY(trashList().isEmpty());
     QCOMPARE(view.findChild<TrashItemModel*>()->rowCount(), 0);
+  }
+
+  void aRowsMenuPutsBackOrCopiesThatItemAlone() {
+    requireTrashCli();
+    writeBytes(path("src/main.c"), "int main;\n");
+    writeBytes(path("src/util.c"), "int util;\n");
+    trashPut({path("src/main.c"), path("src/util.c")});
+    TrashView view(context_, homeTrash());
+    view.show();
+    waitUntilListed(view, 2);
+    tick(view, "util.c");  // ticked, but the menu acts on its own row
+
+    QMenu* menu = openRowMenu(view, "main.c");
+    QVERIFY(menu);
+    QCOMPARE(actionTexts(*menu), (QStringList{"Put Back", "Delete…", "—", "Copy Original Location"}));
+    actionNamed(*menu, "Copy Original Location")->trigger();
+    QCOMPARE(QGuiApplication::clipboard()->text(), path("src/main.c"));
+    menu->close();
+
+    menu = openRowMenu(view, "main.c");
+    QVERIFY(menu);
+    actionNamed(*menu, "Put Back")->trigger();
+    menu->close();
+    waitUntilSettled(view);
+    QCOMPARE(contents(path("src/main.c")), QByteArray("int main;\n"));
+    QVERIFY(!QFileInfo::exists(path("src/util.c")));
+    QCOMPARE(names(view), QStringList{"util.c"});
   }
 
   void deleteAsksFirstAndRemovesOnlyTheTickedItems() {
@@ -353,6 +382,16 @@ class TrashViewTest : public QObject {
     list->setCurrentIndex(list->model()->index(rowNamed(view, name), TrashItemModel::nameColumn));
     QTest::keyClick(list, Qt::Key_Space);
     QCOMPARE(list->currentIndex().data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
+  }
+
+  // Asks for the menu of the row named `name`, as a right click does, and returns it once up.
+  static QMenu* openRowMenu(TrashView& view, const QString& name) {
+    auto* list = view.findChild<QTreeView*>(QStringLiteral("trashItems"));
+    const QRect row = list->visualRect(list->model()->index(rowNamed(view, name), TrashItemModel::nameColumn));
+    emit list->customContextMenuRequested(row.center());
+    QMenu* menu = nullptr;
+    [&] { QTRY_VERIFY((menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) != nullptr); }();
+    return menu;
   }
 
   static void tickAll(TrashView& view) {

@@ -55,19 +55,6 @@ class StandInTray : public TrayHost {
   std::shared_ptr<State> state_;
 };
 
-QStringList actionTexts(const QMenu& menu) {
-  QStringList texts;
-  for (const QAction* action : menu.actions()) texts << (action->isSeparator() ? QStringLiteral("—") : action->text());
-  return texts;
-}
-
-QAction* actionNamed(const QMenu& menu, const QString& name) {
-  for (QAction* action : menu.actions()) {
-    if (action->text() == name) return action;
-  }
-  return nullptr;
-}
-
 std::vector<std::string> titlesOf(const std::vector<test::NotificationServer::Received>& received) {
   std::vector<std::string> titles;
   for (const auto& one : received) titles.push_back(one.title);

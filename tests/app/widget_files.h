@@ -1,9 +1,11 @@
 #pragma once
 
+#include <QAction>
 #include <QApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMenu>
 #include <QTest>
 #include <QWidget>
 
@@ -23,6 +25,21 @@ inline void photograph(QWidget& widget, const QString& name) {
   QVERIFY(folder.mkpath(QStringLiteral(".")));
   QApplication::processEvents();
   QVERIFY(widget.grab().save(folder.filePath(name + QStringLiteral(".png"))));
+}
+
+// A menu's entries as shown, "—" for a separator.
+inline QStringList actionTexts(const QMenu& menu) {
+  QStringList texts;
+  for (const QAction* action : menu.actions()) texts << (action->isSeparator() ? QStringLiteral("—") : action->text());
+  return texts;
+}
+
+// The menu's entry that reads `name`, or null.
+inline QAction* actionNamed(const QMenu& menu, const QString& name) {
+  for (QAction* action : menu.actions()) {
+    if (action->text() == name) return action;
+  }
+  return nullptr;
 }
 
 }  // namespace tw::app
