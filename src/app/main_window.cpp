@@ -17,6 +17,7 @@
 #include "app/qt_dispatcher.h"
 #include "app/settings_window.h"
 #include "app/sidebar.h"
+#include "app/trash_view.h"
 #include "app/update_banner.h"
 #include "core/version.h"
 
@@ -40,7 +41,7 @@ MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
   setObjectName(QStringLiteral("mainWindow"));
   sidebar_ = new Sidebar(context_, panes_, this);
   stack_ = new QStackedWidget(this);
-  addViews();
+  addViews(dispatcher);
 
   auto* splitter = new QSplitter(this);
   splitter->addWidget(sideColumn());
@@ -143,7 +144,7 @@ void MainWindow::openSettings() {
 // The views go before the panes they observe; the panes then cancel and join their work.
 MainWindow::~MainWindow() { delete takeCentralWidget(); }
 
-void MainWindow::addViews() {
+void MainWindow::addViews(const Dispatcher& dispatcher) {
   const auto add = [this](Pane pane, QWidget* view) {
     stack_->addWidget(view);
     views_[pane] = view;
@@ -151,8 +152,8 @@ void MainWindow::addViews() {
   auto* overview = new OverviewView(context_, panes_, stack_);
   connect(overview, &OverviewView::openPane, this, [this](Pane pane) { showPane(pane); });
   add(Pane::overview, overview);
-  add(Pane::lens, new LensView(context_, qtDispatcher(), stack_));
-  add(Pane::trash, placeholder(tr("The Trash will list what it holds, to restore or remove for good."), stack_));
+  add(Pane::lens, new LensView(context_, dispatcher, stack_));
+  add(Pane::trash, new TrashView(context_, std::make_shared<TrashModel>(dispatcher, context_), stack_));
   add(Pane::history, new HistoryView(context_, stack_));
   for (const auto& screen : Screens::all()) add(screen.pane, new PaneView(screen, panes_.at(screen.pane), stack_));
 }

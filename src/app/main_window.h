@@ -38,7 +38,7 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] const std::map<Pane, std::shared_ptr<DevPane>>& panes() const { return panes_; }
 
  private:
-  void addViews();
+  void addViews(const Dispatcher& dispatcher);
   void addShortcuts();
   [[nodiscard]] QWidget* sideColumn();
 

@@ -3,10 +3,12 @@
 #include <QApplication>
 
 #include "app/appearance.h"
+#include "app/background_runner.h"
 #include "app/main_window.h"
 #include "app/onboarding.h"
 #include "app/qt_dispatcher.h"
 #include "app/snapshots.h"
+#include "app/tray_panel.h"
 #include "cli/window.h"
 
 namespace tw {
@@ -35,7 +37,10 @@ int openWindow(int& argc, char** argv, const Context& context) {
     app::Onboarding onboarding(context);
     onboarding.exec();
   }
+  // Sample data is for looking at; nothing is cleaned unattended behind it.
+  const auto background = context.sampleData ? nullptr : app::startBackgroundRunner(context);
   app::MainWindow window(context, app::qtDispatcher());
+  app::TrayPanel tray(context, &window, app::systemTray());
   window.show();
   window.checkForUpdates();
   app::scheduleSnapshots(window, context, appearance);

@@ -30,6 +30,7 @@
 #include "core/platform_words.h"
 #include "core/settings.h"
 #include "sample_home.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
@@ -114,13 +115,6 @@ bool ticked(const QWidget& window, const char* key) {
 }
 
 int number(const QWidget& window, const char* key) { return window.findChild<QSpinBox*>(QLatin1String(key))->value(); }
-
-void photograph(QWidget& window, const QString& name) {
-  const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-  QVERIFY(folder.mkpath(QStringLiteral(".")));
-  QApplication::processEvents();
-  QVERIFY(window.grab().save(folder.filePath(name + QStringLiteral(".png"))));
-}
 
 }  // namespace
 
