@@ -3,7 +3,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSplitter>
@@ -22,19 +21,6 @@
 #include "core/version.h"
 
 namespace tw::app {
-namespace {
-
-// The destinations whose own views come later, each with what it will hold.
-QWidget* placeholder(const QString& line, QWidget* parent) {
-  auto* label = new QLabel(line, parent);
-  label->setAlignment(Qt::AlignCenter);
-  label->setWordWrap(true);
-  label->setForegroundRole(QPalette::PlaceholderText);
-  return label;
-}
-
-}  // namespace
-
 MainWindow::MainWindow(Context context, Dispatcher dispatcher, QWidget* parent)
     : QMainWindow(parent), context_(std::move(context)), panes_(Screens::makePanes(dispatcher, context_)) {
   setWindowTitle(QStringLiteral("Tidewarden"));
