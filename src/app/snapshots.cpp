@@ -8,7 +8,9 @@
 #include <QApplication>
 #include <QTimer>
 
+#include "app/lens_view.h"
 #include "app/main_window.h"
+#include "lens/disk_scanner.h"
 
 namespace tw::app {
 namespace {
@@ -33,6 +35,7 @@ struct SnapshotRun : std::enable_shared_from_this<SnapshotRun> {
   QString suffix;
   std::size_t next = 0;
   bool failed = false;
+  bool lensScanned = false;
 
   SnapshotRun(MainWindow& window, QString suffix) : window(window), suffix(std::move(suffix)) {}
 
@@ -43,6 +46,7 @@ struct SnapshotRun : std::enable_shared_from_this<SnapshotRun> {
     }
     const Pane pane = allPanes()[next];
     window.showPane(pane);
+    if (pane == Pane::lens && scanLens()) return;
     if (const auto model = window.panes().find(pane); model != window.panes().end() && !model->second->loaded()) {
       // Once loaded, the view lays out its rows before the picture is taken.
       model->second->load([self = shared_from_this()] { QTimer::singleShot(50, [self] { self->step(); }); });
@@ -51,6 +55,28 @@ struct SnapshotRun : std::enable_shared_from_this<SnapshotRun> {
     save(pane);
     ++next;
     QTimer::singleShot(0, [self = shared_from_this()] { self->step(); });
+  }
+
+  // The lens has no sample data: it scans the real home folder once, and the picture shows
+  // what it found.
+  bool scanLens() {
+    auto* lens = window.findChild<LensView*>();
+    if (!lens || lensScanned) return false;
+    lensScanned = true;
+    LensModel& model = lens->model();
+    auto finished = std::make_shared<QMetaObject::Connection>();
+    *finished =
+        QObject::connect(&model, &LensModel::scanningChanged, &window, [self = shared_from_this(), &model, finished] {
+          if (model.scanning()) return;
+          QObject::disconnect(*finished);
+          if (const FSNode* root = model.root()) {
+            std::printf("lens: %s, %lld items\n", root->name.c_str(), static_cast<long long>(root->itemCount));
+            std::fflush(stdout);
+          }
+          QTimer::singleShot(50, [self] { self->step(); });
+        });
+    lens->scan();
+    return true;
   }
 
   void save(Pane pane) {

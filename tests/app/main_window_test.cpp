@@ -200,7 +200,8 @@ class MainWindowTest : public QObject {
   }
 
   // The real program under a real X server: the window comes up, shows every pane with
-  // sample data, saves each one as a picture in the current folder and quits.
+  // sample data (the lens after scanning the real home folder), saves each one as a picture
+  // in the current folder and quits.
   void theProgramOpensItsWindowOnAnXServerAndPhotographsEveryPane() {
     const QString xvfbRun = QStandardPaths::findExecutable(QStringLiteral("xvfb-run"));
     if (xvfbRun.isEmpty()) QSKIP("xvfb-run is not installed (Debian package xvfb)");
@@ -229,6 +230,9 @@ class MainWindowTest : public QObject {
     QVERIFY(program.waitForFinished(60'000));
     QVERIFY2(program.exitStatus() == QProcess::NormalExit && program.exitCode() == 0,
              program.readAllStandardError().constData());
+    const QString said = QString::fromUtf8(program.readAllStandardOutput());
+    const QString lensLine = QStringLiteral("lens: ") + home_->path() + QStringLiteral(", ");
+    QVERIFY2(said.contains(lensLine), qPrintable(said));
 
     const QDir folder(home_->path());
     for (const Pane pane : allPanes()) {
