@@ -15,6 +15,7 @@
 #include "core/format.h"
 #include "core/removal_service.h"
 #include "core/settings.h"
+#include "junk/junk_cleaner.h"
 #include "lens/volume_info.h"
 
 namespace tw::app {
@@ -47,7 +48,8 @@ std::pair<std::int64_t, std::size_t> removeSafeJunk(const Context& context) {
   std::vector<RemovalItem> removals;
   for (const auto& item : Rules::smartClean(context)) removals.push_back(RemovalItem::of(item));
   RemovalOptions options;
-  options.category = "Developer";
+  // Logged as `clean --safe` logs the same removals.
+  options.category = junkHistoryCategory;
   const RemovalReport report = runRemovals(context, removals, options);
   return {report.freed, report.count(ActionOutcome::Status::done)};
 }

@@ -19,6 +19,7 @@
 #include "automation/rules.h"
 #include "core/history.h"
 #include "core/settings.h"
+#include "junk/junk_cleaner.h"
 #include "manual_timers.h"
 #include "sample_home.h"
 #include "session_bus.h"
@@ -165,6 +166,7 @@ class TrayRunnerTest : public QObject {
     QCOMPARE(text(server.received().front().title), QString::fromLatin1(TrayPanel::cleanedTitle));
     QCOMPARE(text(server.received().front().body), summary);
     QCOMPARE(context_.history->entries().size(), std::size_t{1});
+    QCOMPARE(text(context_.history->entries().front().category), QString::fromUtf8(junkHistoryCategory));
     QVERIFY(actionNamed(*panel.menu(), QStringLiteral("Clean Safe Junk Now"))->isEnabled());
   }
 
