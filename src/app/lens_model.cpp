@@ -59,12 +59,6 @@ NodeWeight weightOf(const FSNode& node) {
 LensModel::LensModel(Context context, Dispatcher dispatcher, QObject* parent)
     : QObject(parent), context_(std::move(context)), runner_(std::move(dispatcher)) {}
 
-LensModel::~LensModel() {
-  if (scanner_) scanner_->cancel();
-  runner_.cancelAll();
-  runner_.joinAll();
-}
-
 void LensModel::scan(const std::string& path) {
   if (scanning() || moving_) return;
   auto scanner = std::make_shared<DiskScanner>(DiskScanner::skipsFor(path));
@@ -165,7 +159,6 @@ void LensModel::moveToTrash(const std::vector<const FSNode*>& entries) {
   runner_.start([this, items, paths, context = context_](std::stop_token stop) -> TaskRunner::Result {
     RemovalOptions options;
     options.category = historyCategory;
-    options.oneAtATime = true;
     const RemovalReport report = runRemovals(context.withStop(stop), items, options);
     return [this, report, items, paths] {
       for (std::size_t index = 0; index < paths.size(); ++index) {

@@ -33,7 +33,6 @@ class LensModel : public QObject {
   };
 
   LensModel(Context context, Dispatcher dispatcher, QObject* parent = nullptr);
-  ~LensModel() override;
 
   [[nodiscard]] const Context& context() const { return context_; }
 
@@ -90,7 +89,8 @@ class LensModel : public QObject {
   std::optional<Snapshots::Comparison> comparison_;
   std::string message_;
   bool moving_ = false;
-  // Last, so that its jobs end before anything they report to is gone.
+  // Last, so that it goes first: stopping its jobs also stops a scan under way (the
+  // scanner follows the job's stop token), and they end before anything they use is gone.
   TaskRunner runner_;
 };
 

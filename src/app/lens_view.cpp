@@ -4,7 +4,6 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
-#include <QDesktopServices>
 #include <QFileDialog>
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -15,7 +14,6 @@
 #include <QSplitter>
 #include <QTimer>
 #include <QTreeView>
-#include <QUrl>
 #include <QVBoxLayout>
 
 #include "app/breadcrumb_bar.h"
@@ -23,6 +21,7 @@
 #include "app/labels.h"
 #include "app/lens_changes.h"
 #include "app/lens_children_model.h"
+#include "app/reveal.h"
 #include "app/treemap_widget.h"
 #include "core/action_description.h"
 #include "core/format.h"
@@ -199,7 +198,7 @@ QWidget* LensView::makeFooter() {
   reveal_->setObjectName(QStringLiteral("reveal"));
   connect(reveal_, &QPushButton::clicked, this, [this] {
     const auto nodes = selection();
-    if (!nodes.empty()) reveal(*nodes.front());
+    if (!nodes.empty()) revealInFileManager(qstring(nodes.front()->path()));
   });
   copy_ = new QPushButton(tr("Copy Path"), footer);
   copy_->setObjectName(QStringLiteral("copyPath"));
@@ -217,19 +216,12 @@ QWidget* LensView::makeFooter() {
 }
 
 // The folder itself, or the folder a file is in.
-void LensView::reveal(const FSNode& node) {
-  const std::string folder = node.isDir || node.parent == nullptr ? node.path() : node.parent->path();
-  QDesktopServices::openUrl(QUrl::fromLocalFile(qstring(folder)));
-}
-
 void LensView::copyPaths(const std::vector<const FSNode*>& nodes) {
   QStringList paths;
   for (const FSNode* node : nodes) paths << qstring(node->path());
   QApplication::clipboard()->setText(paths.join(QLatin1Char('\n')));
 }
 
-// Right-clicking an entry chooses it (unless it is already among the chosen) and offers
-// what the footer offers, with Open for a folder.
 // Right-clicking an entry chooses it (unless it is already among the chosen) and offers
 // what the footer offers, with Open for a folder. The menu works on what is chosen when an
 // item is picked, as a scan may end while it is open.

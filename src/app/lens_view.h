@@ -53,7 +53,6 @@ class LensView : public QWidget {
   void selectFromList();
   void openFromList(const QModelIndex& index);
   void showMenu(const FSNode* node, const QPoint& globalPosition);
-  static void reveal(const FSNode& node);
   static void copyPaths(const std::vector<const FSNode*>& nodes);
   [[nodiscard]] static std::set<const FSNode*> cameFrom(const FSNode* folder, const std::string& before);
 

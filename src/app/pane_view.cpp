@@ -3,8 +3,6 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QDesktopServices>
-#include <QFileInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -12,13 +10,13 @@
 #include <QPushButton>
 #include <QTimer>
 #include <QTreeView>
-#include <QUrl>
 #include <QVBoxLayout>
 
 #include "app/badge_delegate.h"
 #include "app/confirm_removal.h"
 #include "app/labels.h"
 #include "app/pane_item_model.h"
+#include "app/reveal.h"
 #include "app/roots_bar.h"
 #include "core/action_description.h"
 #include "core/format.h"
@@ -230,10 +228,7 @@ void PaneView::showMenu(const QPoint& position) {
   QMenu menu(this);
   if (item->revealPath) {
     const QString path = qstring(*item->revealPath);
-    menu.addAction(tr("Reveal in File Manager"), this, [path] {
-      const QFileInfo info(path);
-      QDesktopServices::openUrl(QUrl::fromLocalFile(info.isDir() ? path : info.absolutePath()));
-    });
+    menu.addAction(tr("Reveal in File Manager"), this, [path] { revealInFileManager(path); });
     menu.addAction(tr("Copy Path"), this, [path] { QApplication::clipboard()->setText(path); });
   }
   for (const auto& extra : item->extra) {
