@@ -1,5 +1,7 @@
 #include "automation/login_item.h"
 
+#include "core/program_path.h"
+
 namespace tw {
 
 std::optional<std::string> LoginItem::set(const Context& context, bool on, const std::string& program) {

@@ -25,7 +25,5 @@ struct LoginItem {
 [[nodiscard]] std::optional<std::string> registerLoginItem(const Context& context, bool on, const std::string& program);
 // The platform's side of LoginItem::isOn.
 [[nodiscard]] bool loginItemRegistered(const Context& context);
-// This running program's absolute path; empty when it cannot be told.
-[[nodiscard]] std::string currentProgramPath();
 
 }  // namespace tw

@@ -1,9 +1,6 @@
-#include <mach-o/dyld.h>
-
-#include <vector>
-
 #include "automation/login_item.h"
 #include "core/apple_script.h"
+#include "core/program_path.h"
 #include "fs/file_io.h"
 
 namespace tw {
@@ -35,14 +32,6 @@ bool loginItemRegistered(const Context& context) {
   const auto paths =
       runAppleScriptCapturing("tell application \"System Events\" to get the path of every login item", context);
   return !paths.error && paths.output.find(bundleOf(currentProgramPath())) != std::string::npos;
-}
-
-std::string currentProgramPath() {
-  std::uint32_t size = 0;
-  _NSGetExecutablePath(nullptr, &size);
-  std::vector<char> buffer(size + 1, '\0');
-  if (_NSGetExecutablePath(buffer.data(), &size) != 0) return {};
-  return resolvedPath(buffer.data()).value_or(std::string(buffer.data()));
 }
 
 }  // namespace tw

@@ -93,6 +93,4 @@ bool loginItemRegistered(const Context& context) {
   return ::lstat(autostartEntryPath(context).c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-std::string currentProgramPath() { return resolvedPath("/proc/self/exe").value_or(std::string()); }
-
 }  // namespace tw

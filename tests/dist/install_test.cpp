@@ -63,6 +63,7 @@ TEST_F(Installation, PutsEveryFileInItsFreedesktopAndFhsPlace) {
     expected.insert("share/icons/hicolor/" + std::to_string(size) + "x" + std::to_string(size) +
                     "/apps/tidewarden.png");
   }
+  if (const std::string module = TIDEWARDEN_INSTALLED_WINDOW_MODULE; !module.empty()) expected.insert(module);
   EXPECT_EQ(filesUnder(root_.path() + "/usr/local"), expected);
 
   const auto help = runProcess({prefix + "/bin/tidewarden", "help"});

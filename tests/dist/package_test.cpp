@@ -81,6 +81,26 @@ TEST_F(DebianPackage, UnpacksUnderUsrAndTheProgramRunsFromThere) {
   }
 }
 
+// Commands start without the UI toolkit; the window's module, installed with the libraries,
+// brings it in for a bare start.
+TEST_F(DebianPackage, TheProgramLoadsTheWindowsModuleOnlyForABareStart) {
+  const std::string installed = TIDEWARDEN_INSTALLED_WINDOW_MODULE;
+  if (installed.empty()) GTEST_SKIP() << "this build has no windowed app";
+  TempFolder root("tw-package-root");
+  ASSERT_EQ(runProcess({"dpkg", "-x", deb_, root.path()}).code, 0);
+  const std::string module = root / ("usr/" + installed);
+  ASSERT_TRUE(exists(module)) << module;
+  EXPECT_EQ(runProcess({"ldd", root / "usr/bin/tidewarden"}).out.find("libQt"), std::string::npos);
+  EXPECT_NE(runProcess({"ldd", module}).out.find("libQt6Widgets"), std::string::npos);
+
+  // Without a display the module says so: it was found and loaded from where it was installed.
+  const auto bare =
+      runProcess({root / "usr/bin/tidewarden"},
+                 {{"DISPLAY", std::nullopt}, {"WAYLAND_DISPLAY", std::nullopt}, {"QT_QPA_PLATFORM", std::nullopt}});
+  EXPECT_EQ(bare.code, 1);
+  EXPECT_NE(bare.err.find("there is no display to open the window on"), std::string::npos) << bare.err;
+}
+
 TEST_F(DebianPackage, LintianFindsNoErrorsOrWarnings) {
   if (!isInstalled("lintian")) GTEST_SKIP() << "lintian is not installed";
   const auto checked = runProcess({"lintian", "--no-cfg", "--display-info", deb_});
