@@ -12,9 +12,9 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# Loaded at run time rather than linked, so dpkg-shlibdeps cannot see them: libcurl, and
-# the Qt plugin that draws the window's bundled SVG icons.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4")
+# Loaded at run time rather than linked, so dpkg-shlibdeps cannot see them: libcurl,
+# libcrypto (in libssl3), and the Qt plugin that draws the window's bundled SVG icons.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4, libssl3")
 if(TIDEWARDEN_GUI)
   string(APPEND CPACK_DEBIAN_PACKAGE_DEPENDS ", libqt6svg6")
 endif()

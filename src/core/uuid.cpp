@@ -1,6 +1,6 @@
 #include "core/uuid.h"
 
-#include <openssl/rand.h>
+#include <sys/random.h>
 
 #include <array>
 #include <random>
@@ -12,7 +12,7 @@ namespace {
 
 std::array<unsigned char, 16> randomBytes() {
   std::array<unsigned char, 16> bytes{};
-  if (RAND_bytes(bytes.data(), static_cast<int>(bytes.size())) != 1) {
+  if (::getentropy(bytes.data(), bytes.size()) != 0) {
     // The system generator is a fine second choice for an identifier that is not a secret.
     std::random_device device;
     for (auto& byte : bytes) byte = static_cast<unsigned char>(device());

@@ -1,12 +1,12 @@
 #include "dedupe/content_hash.h"
 
 #include <fcntl.h>
-#include <openssl/evp.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 
+#include "core/crypto_library.h"
 #include "dedupe/read_cache.h"
 #include "fs/file_flags.h"
 #include "fs/unique_fd.h"
@@ -14,16 +14,9 @@
 namespace tw::dedupe {
 namespace {
 
-// Fetched once: an implicit fetch on every digest initialisation costs more than hashing
-// a small file.
-const EVP_MD* sha256() {
-  static EVP_MD* const md = EVP_MD_fetch(nullptr, "SHA256", nullptr);
-  return md;
-}
+using Context = std::unique_ptr<EVP_MD_CTX, void (*)(EVP_MD_CTX*)>;
 
-using Context = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
-
-Context newContext() { return {EVP_MD_CTX_new(), &EVP_MD_CTX_free}; }
+Context newContext(const CryptoLibrary& crypto) { return {crypto.contextNew(), crypto.contextFree}; }
 
 // The file still is the one the walk listed, unprotected and of the same length.
 std::optional<FileState> stillTheFile(int fd, const HashRequest& request) {
@@ -48,20 +41,22 @@ bool readFully(int fd, std::int64_t offset, std::span<std::byte> into) {
   return true;
 }
 
-bool startContext(EVP_MD_CTX* context, const PrefixHash* resume) {
-  if (resume == nullptr) return EVP_DigestInit_ex(context, sha256(), nullptr) == 1;
-  return EVP_MD_CTX_copy_ex(context, resume->context.get()) == 1;
+bool startContext(const CryptoLibrary& crypto, EVP_MD_CTX* context, const PrefixHash* resume) {
+  if (resume == nullptr) return crypto.digestInit(context, crypto.sha256, nullptr) == 1;
+  return crypto.contextCopy(context, resume->context.get()) == 1;
 }
 
 }  // namespace
 
 std::optional<HashResult> hashFile(const HashRequest& request, std::span<std::byte> buffer) {
+  const CryptoLibrary* crypto = cryptoLibrary();
+  if (crypto == nullptr) return std::nullopt;
   UniqueFd fd{::open(request.path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK)};
   if (!fd) return std::nullopt;
   const auto seen = stillTheFile(fd.get(), request);
   if (!seen) return std::nullopt;
-  Context context = newContext();
-  if (!context || !startContext(context.get(), request.resume)) return std::nullopt;
+  Context context = newContext(*crypto);
+  if (!context || !startContext(*crypto, context.get(), request.resume)) return std::nullopt;
   std::int64_t offset = request.resume != nullptr ? request.resume->hashed : 0;
   // Whether the user had the file in memory is known only before our first read of it.
   const bool mayDropLater = request.keepPrefix || request.uncached;
@@ -76,18 +71,18 @@ std::optional<HashResult> hashFile(const HashRequest& request, std::span<std::by
   while (offset < request.length) {
     const auto chunk = static_cast<std::size_t>(std::min<std::int64_t>(request.length - offset, std::ssize(buffer)));
     if (!readFully(fd.get(), offset, buffer.first(chunk))) return std::nullopt;
-    if (EVP_DigestUpdate(context.get(), buffer.data(), chunk) != 1) return std::nullopt;
+    if (crypto->digestUpdate(context.get(), buffer.data(), chunk) != 1) return std::nullopt;
     offset += static_cast<std::int64_t>(chunk);
   }
   HashResult result;
   if (request.keepPrefix) {
-    Context kept = newContext();
-    if (!kept || EVP_MD_CTX_copy_ex(kept.get(), context.get()) != 1) return std::nullopt;
+    Context kept = newContext(*crypto);
+    if (!kept || crypto->contextCopy(kept.get(), context.get()) != 1) return std::nullopt;
     result.prefix =
-        PrefixHash{std::shared_ptr<const EVP_MD_CTX>(kept.release(), &EVP_MD_CTX_free), offset, *seen, wasInMemory};
+        PrefixHash{std::shared_ptr<const EVP_MD_CTX>(kept.release(), crypto->contextFree), offset, *seen, wasInMemory};
   }
   unsigned int written = 0;
-  if (EVP_DigestFinal_ex(context.get(), result.digest.data(), &written) != 1 || written != result.digest.size()) {
+  if (crypto->digestFinal(context.get(), result.digest.data(), &written) != 1 || written != result.digest.size()) {
     return std::nullopt;
   }
   return result;

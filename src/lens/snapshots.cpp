@@ -1,13 +1,12 @@
 #include "lens/snapshots.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
 #include <cstdlib>
 
 #include <nlohmann/json.hpp>
 
 #include "core/app_paths.h"
+#include "core/crypto_library.h"
 #include "fs/file_io.h"
 #include "fs/regular_file.h"
 
@@ -16,6 +15,17 @@ namespace {
 
 // A snapshot holds only big folders, so even a whole disk's stays far below this.
 constexpr std::size_t maxSnapshotBytes = 64 << 20;
+
+// Only while libcrypto cannot be loaded: a name that still tells the folders apart.
+std::string hexName(const std::string& rootPath) {
+  static constexpr char hex[] = "0123456789abcdef";
+  std::string name;
+  for (const char c : rootPath) {
+    name += hex[static_cast<unsigned char>(c) >> 4];
+    name += hex[static_cast<unsigned char>(c) & 0x0F];
+  }
+  return name + ".json";
+}
 
 std::string childPath(const std::string& parent, const std::string& name) {
   return parent == "/" ? "/" + name : parent + "/" + name;
@@ -93,10 +103,12 @@ std::map<std::string, std::int64_t> Snapshots::flatten(const FSNode& root) {
 std::string Snapshots::folder(const Context& context) { return applicationSupportFolder(context) + "/snapshots"; }
 
 std::string Snapshots::fileName(const std::string& rootPath) {
+  const CryptoLibrary* crypto = cryptoLibrary();
+  if (crypto == nullptr) return hexName(rootPath);
   std::string encoded(4 * ((rootPath.size() + 2) / 3) + 1, '\0');
   const int length =
-      EVP_EncodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
-                      reinterpret_cast<const unsigned char*>(rootPath.data()), static_cast<int>(rootPath.size()));
+      crypto->encodeBlock(reinterpret_cast<unsigned char*>(encoded.data()),
+                          reinterpret_cast<const unsigned char*>(rootPath.data()), static_cast<int>(rootPath.size()));
   encoded.resize(static_cast<std::size_t>(std::max(length, 0)));
   std::replace(encoded.begin(), encoded.end(), '/', '_');
   return encoded + ".json";

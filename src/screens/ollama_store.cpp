@@ -1,11 +1,10 @@
 #include "screens/ollama_store.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "core/crypto_library.h"
 #include "core/measure.h"
 #include "core/text.h"
 #include "fs/path.h"
@@ -54,14 +53,13 @@ std::optional<std::vector<std::string>> blobsNamedBy(const std::string& manifest
 }
 
 std::string sha256Digest(const std::string& bytes) {
-  unsigned char digest[EVP_MAX_MD_SIZE];
-  unsigned int length = 0;
-  if (EVP_Digest(bytes.data(), bytes.size(), digest, &length, EVP_sha256(), nullptr) != 1) return {};
+  const auto digest = sha256Of(bytes);
+  if (!digest) return {};
   static constexpr char hex[] = "0123456789abcdef";
   std::string text = "sha256:";
-  for (unsigned int i = 0; i < length; ++i) {
-    text += hex[digest[i] >> 4];
-    text += hex[digest[i] & 0x0F];
+  for (const unsigned char byte : *digest) {
+    text += hex[byte >> 4];
+    text += hex[byte & 0x0F];
   }
   return text;
 }

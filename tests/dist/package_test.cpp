@@ -51,7 +51,7 @@ TEST_F(DebianPackage, DescribesItselfWithTheVersionAndTheLibrariesItLinks) {
   EXPECT_FALSE(field(deb_, "Maintainer").empty());
   EXPECT_TRUE(field(deb_, "Homepage").starts_with("https://"));
   const std::string depends = field(deb_, "Depends");
-  for (const std::string library : {"libc6 (>=", "libstdc++6 (>=", "libfmt", "libcurl4"}) {
+  for (const std::string library : {"libc6 (>=", "libstdc++6 (>=", "libfmt", "libcurl4", "libssl3"}) {
     EXPECT_NE(depends.find(library), std::string::npos) << depends;
   }
 
@@ -81,16 +81,19 @@ TEST_F(DebianPackage, UnpacksUnderUsrAndTheProgramRunsFromThere) {
   }
 }
 
-// Commands start without the UI toolkit; the window's module, installed with the libraries,
-// brings it in for a bare start.
-TEST_F(DebianPackage, TheProgramLoadsTheWindowsModuleOnlyForABareStart) {
+// Commands start without the UI toolkit, TLS or hashing libraries; each is loaded by the few
+// that need it. The window's module, installed with the libraries, brings Qt in for a bare start.
+TEST_F(DebianPackage, TheProgramLoadsTheWindowAndTheLibrariesFewCommandsNeedOnlyWhenNeeded) {
   const std::string installed = TIDEWARDEN_INSTALLED_WINDOW_MODULE;
   if (installed.empty()) GTEST_SKIP() << "this build has no windowed app";
   TempFolder root("tw-package-root");
   ASSERT_EQ(runProcess({"dpkg", "-x", deb_, root.path()}).code, 0);
   const std::string module = root / ("usr/" + installed);
   ASSERT_TRUE(exists(module)) << module;
-  EXPECT_EQ(runProcess({"ldd", root / "usr/bin/tidewarden"}).out.find("libQt"), std::string::npos);
+  const std::string linked = runProcess({"ldd", root / "usr/bin/tidewarden"}).out;
+  for (const std::string library : {"libQt", "libcrypto", "libcurl"}) {
+    EXPECT_EQ(linked.find(library), std::string::npos) << linked;
+  }
   EXPECT_NE(runProcess({"ldd", module}).out.find("libQt6Widgets"), std::string::npos);
 
   // Without a display the module says so: it was found and loaded from where it was installed.
