@@ -17,7 +17,7 @@ nlohmann::json itemJSON(const DevItem& item, const std::string& home) {
       {"size", bytes(item.size)},
       {"freeable", bytes(item.freeable)},
       {"selected", item.selected},
-      {"badges", badges},
+      {"badges", std::move(badges)},
       {"warning", jsonString(item.warning)},
       {"restoreHint", jsonString(item.restoreHint)},
       {"path", jsonString(item.revealPath)},

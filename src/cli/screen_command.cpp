@@ -56,10 +56,10 @@ nlohmann::json groupJSON(const DevGroup& group, const std::string& home) {
   return {{"id", printable(group.id)},
           {"title", printable(group.title)},
           {"subtitle", printable(group.subtitle)},
-          {"badges", badges},
+          {"badges", std::move(badges)},
           {"lastActive", jsonDate(group.lastActive)},
           {"note", jsonString(group.note())},
-          {"items", items},
+          {"items", std::move(items)},
           {"total", group.total()}};
 }
 
@@ -101,7 +101,7 @@ int list(const std::string& screen, const ProviderResult& result, const Args& ar
         {"note", jsonString(result.note)},
         {"total", total},
         {"selected", selectedTotal},
-        {"groups", groupList}});
+        {"groups", std::move(groupList)}});
   return 0;
 }
 

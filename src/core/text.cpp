@@ -37,9 +37,15 @@ std::size_t validSequenceLength(std::string_view bytes, std::size_t at) {
 }  // namespace
 
 std::string validUtf8(std::string_view bytes) {
-  std::string result;
-  result.reserve(bytes.size());
-  for (std::size_t at = 0; at < bytes.size();) {
+  // Nearly every text is valid already: find the first bad byte before building anything.
+  std::size_t at = 0;
+  while (at < bytes.size()) {
+    const std::size_t length = validSequenceLength(bytes, at);
+    if (length == 0) break;
+    at += length;
+  }
+  std::string result(bytes.substr(0, at));
+  while (at < bytes.size()) {
     const std::size_t length = validSequenceLength(bytes, at);
     if (length == 0) {
       result += "\xEF\xBF\xBD";
