@@ -79,6 +79,25 @@ std::optional<std::vector<FolderEntry>> listOpenFolder(const UniqueFd& folder) {
 
 std::optional<std::vector<FolderEntry>> listFolder(const std::string& path) { return listOpenFolder(openFolder(path)); }
 
+std::optional<std::vector<NamedFolderEntry>> listFolderNames(const std::string& path) {
+  const UniqueFd folder = openFolder(path);
+  if (!folder) return std::nullopt;
+  std::vector<NamedFolderEntry> entries;
+  const auto error = readFolderNames(folder.get(), [&](const NamedEntry& entry) {
+    entries.push_back({std::string(entry.name), entry.isDir});
+  });
+  if (error) return std::nullopt;
+  return entries;
+}
+
+std::vector<std::string> subfolderNames(const std::string& path) {
+  std::vector<std::string> names;
+  for (auto& entry : listFolderNames(path).value_or(std::vector<NamedFolderEntry>{})) {
+    if (entry.isDir) names.push_back(std::move(entry.name));
+  }
+  return names;
+}
+
 std::optional<std::vector<FolderEntry>> listRootFolder(const std::string& path) {
   return listOpenFolder(UniqueFd{::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC | O_NOCTTY)});
 }

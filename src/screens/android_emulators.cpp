@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <map>
 
+#include "core/concurrent.h"
 #include "core/format.h"
 #include "core/measure.h"
 #include "core/text.h"
@@ -49,35 +50,50 @@ struct Device {
 };
 
 // The device folder the .ini names, when it is a ".avd" folder inside the home folder;
-// otherwise the usual one beside the .ini. A planted path never leads elsewhere.
-std::string deviceFolder(const std::string& avdHome, const std::string& name, const Ini& ini,
-                         const DevToolsInput& input) {
+// otherwise the usual one beside the .ini, if it is there. A planted path never leads elsewhere.
+std::optional<std::string> deviceFolder(const std::string& avdHome, const std::string& name, const Ini& ini,
+                                        const DevToolsInput& input) {
   const std::string named = valueOr(ini, "path", "");
   if (named.starts_with(input.home() + "/") && named.ends_with(".avd") && named.find("/../") == std::string::npos &&
       isFolder(named)) {
     return named;
   }
-  return joinPath(avdHome, name + ".avd");
+  std::string usual = joinPath(avdHome, name + ".avd");
+  if (!isFolder(usual)) return std::nullopt;
+  return usual;
 }
 
+std::optional<Device> readDevice(const std::string& avdHome, const std::string& iniName, const DevToolsInput& input) {
+  Device device;
+  device.name = iniName.substr(0, iniName.size() - 4);
+  device.ini = joinPath(avdHome, iniName);
+  const auto folder = deviceFolder(avdHome, device.name, readIni(device.ini).value_or(Ini{}), input);
+  if (!folder) return std::nullopt;
+  device.folder = *folder;
+  device.config = readIni(device.folder + "/config.ini");
+  for (const auto& part : listFolderNames(device.folder).value_or(std::vector<NamedFolderEntry>{})) {
+    if (part.name != "snapshots") device.ownParts.push_back(joinPath(device.folder, part.name));
+  }
+  device.ownParts.push_back(device.ini);
+  for (const auto& snapshot : subfolderNames(device.folder + "/snapshots")) {
+    device.snapshots.push_back(device.folder + "/snapshots/" + snapshot);
+  }
+  return device;
+}
+
+// Each device is read on its own, so many devices are read side by side.
 std::vector<Device> findDevices(const std::string& avdHome, const DevToolsInput& input) {
+  std::vector<std::string> inis;
+  for (auto& entry : listFolderNames(avdHome).value_or(std::vector<NamedFolderEntry>{})) {
+    if (!entry.isDir && pathExtension(entry.name) == "ini") inis.push_back(std::move(entry.name));
+  }
+  std::vector<std::optional<Device>> read(inis.size());  // each slot written by one call only
+  concurrentPerform(
+      inis.size(), [&](std::size_t index) { read[index] = readDevice(avdHome, inis[index], input); },
+      input.context.stop);
   std::vector<Device> devices;
-  for (const auto& entry : listFolder(avdHome).value_or(std::vector<FolderEntry>{})) {
-    if (entry.isDir || pathExtension(entry.name) != "ini") continue;
-    Device device;
-    device.name = entry.name.substr(0, entry.name.size() - 4);
-    device.ini = joinPath(avdHome, entry.name);
-    device.folder = deviceFolder(avdHome, device.name, readIni(device.ini).value_or(Ini{}), input);
-    if (!isFolder(device.folder)) continue;
-    device.config = readIni(device.folder + "/config.ini");
-    for (const auto& part : listFolder(device.folder).value_or(std::vector<FolderEntry>{})) {
-      if (part.name != "snapshots") device.ownParts.push_back(joinPath(device.folder, part.name));
-    }
-    device.ownParts.push_back(device.ini);
-    for (const auto& snapshot : listFolder(device.folder + "/snapshots").value_or(std::vector<FolderEntry>{})) {
-      if (snapshot.isDir) device.snapshots.push_back(device.folder + "/snapshots/" + snapshot.name);
-    }
-    devices.push_back(std::move(device));
+  for (auto& device : read) {
+    if (device) devices.push_back(std::move(*device));
   }
   return devices;
 }
@@ -138,30 +154,21 @@ PendingItem snapshotItem(const Device& device, const std::string& snapshot) {
 }
 
 PendingGroup devicesGroup(const std::vector<Device>& devices, const std::string& avdHome, const AndroidTools& tools,
-                          const DevToolsInput& input, const std::optional<std::string>& sdk,
-                          const PathsInUse& running) {
+                          const DevToolsInput& input, const std::optional<std::string>& sdk) {
   PendingGroup group{"android-avds", "Android virtual devices", tildePath(avdHome, input.home()), "iphone", {}, {}, {}};
   for (const auto& device : devices) {
     group.items.push_back(deviceItem(device, tools, input, sdk));
     for (const auto& snapshot : device.snapshots) group.items.push_back(snapshotItem(device, snapshot));
   }
-  for (auto& pending : group.items) markInUse(pending, running);
   return group;
 }
 
 // system-images/<api>/<tag>/<abi>, relative to the SDK.
 std::vector<std::string> systemImages(const std::string& sdk) {
   std::vector<std::string> images;
-  const auto subfolders = [](const std::string& folder) {
-    std::vector<std::string> names;
-    for (const auto& entry : listFolder(folder).value_or(std::vector<FolderEntry>{})) {
-      if (entry.isDir) names.push_back(entry.name);
-    }
-    return names;
-  };
-  for (const auto& api : subfolders(sdk + "/system-images")) {
-    for (const auto& tag : subfolders(sdk + "/system-images/" + api)) {
-      for (const auto& abi : subfolders(sdk + "/system-images/" + api + "/" + tag)) {
+  for (const auto& api : subfolderNames(sdk + "/system-images")) {
+    for (const auto& tag : subfolderNames(sdk + "/system-images/" + api)) {
+      for (const auto& abi : subfolderNames(sdk + "/system-images/" + api + "/" + tag)) {
         images.push_back("system-images/" + api + "/" + tag + "/" + abi);
       }
     }
@@ -196,8 +203,7 @@ PendingItem imageItem(const std::string& sdk, const std::string& image, const st
 }
 
 std::optional<PendingGroup> imagesGroup(const std::string& sdk, const std::vector<Device>& devices,
-                                        const AndroidTools& tools, const DevToolsInput& input,
-                                        const PathsInUse& running) {
+                                        const AndroidTools& tools, const DevToolsInput& input) {
   std::map<std::string, std::vector<std::string>> users;
   std::optional<std::string> unreadable;
   for (const auto& device : devices) {
@@ -218,9 +224,7 @@ std::optional<PendingGroup> imagesGroup(const std::string& sdk, const std::vecto
     group.note = "Can't read the settings of " + *unreadable + ", so no system image is pre-selected.";
   }
   for (const auto& image : systemImages(sdk)) {
-    auto pending = imageItem(sdk, image, users[image], !unreadable, tools);
-    markInUse(pending, running);
-    group.items.push_back(std::move(pending));
+    group.items.push_back(imageItem(sdk, image, users[image], !unreadable, tools));
   }
   if (group.items.empty()) return std::nullopt;
   return group;
@@ -228,16 +232,15 @@ std::optional<PendingGroup> imagesGroup(const std::string& sdk, const std::vecto
 
 }  // namespace
 
-std::vector<PendingGroup> androidEmulators(const DevToolTables& tables, const DevToolsInput& input,
-                                           const PathsInUse& running) {
+std::vector<PendingGroup> androidEmulators(const DevToolTables& tables, const DevToolsInput& input) {
   std::vector<PendingGroup> groups;
   const auto sdk = input.locate(tables.androidSdk);
   const auto avdHome = input.locate(tables.simulators.avdHome);
   const auto devices = avdHome ? findDevices(*avdHome, input) : std::vector<Device>{};
   const AndroidTools tools(tables, input, sdk);
-  if (!devices.empty()) groups.push_back(devicesGroup(devices, *avdHome, tools, input, sdk, running));
+  if (!devices.empty()) groups.push_back(devicesGroup(devices, *avdHome, tools, input, sdk));
   if (sdk) {
-    if (auto images = imagesGroup(*sdk, devices, tools, input, running)) groups.push_back(std::move(*images));
+    if (auto images = imagesGroup(*sdk, devices, tools, input)) groups.push_back(std::move(*images));
   }
   return groups;
 }

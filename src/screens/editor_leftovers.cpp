@@ -103,7 +103,7 @@ PendingItem trashItem(const std::string& path, std::string name, std::string det
 void addExtensions(const std::string& folder, PendingGroup& group) {
   const Listed installed = installedExtensions(folder), obsolete = obsoleteExtensions(folder);
   std::map<std::string, std::vector<ExtensionFolder>> byId;
-  for (const auto& entry : listFolder(folder).value_or(std::vector<FolderEntry>{})) {
+  for (const auto& entry : listFolderNames(folder).value_or(std::vector<NamedFolderEntry>{})) {
     if (!entry.isDir) continue;
     if (auto parsed = parseExtension(entry.name)) byId[parsed->id].push_back(std::move(*parsed));
   }
@@ -162,7 +162,7 @@ PendingItem workspaceItem(const std::string& storage, std::string detail, bool s
 // on a disk that is not connected, so it is shown but not pre-selected.
 void addWorkspaces(const std::string& userData, const DevToolsInput& input, PendingGroup& group) {
   const std::string folder = userData + "/User/workspaceStorage";
-  for (const auto& entry : listFolder(folder).value_or(std::vector<FolderEntry>{})) {
+  for (const auto& entry : listFolderNames(folder).value_or(std::vector<NamedFolderEntry>{})) {
     if (!entry.isDir) continue;
     const std::string storage = joinPath(folder, entry.name);
     const std::string manifest = storage + "/workspace.json";
@@ -184,8 +184,7 @@ void addWorkspaces(const std::string& userData, const DevToolsInput& input, Pend
   }
 }
 
-void addCaches(const std::string& userData, const std::string& editor, const IDETable& table, const PathsInUse& running,
-               PendingGroup& group) {
+void addCaches(const std::string& userData, const std::string& editor, const IDETable& table, PendingGroup& group) {
   for (const auto& name : table.editorCaches) {
     const std::string path = joinPath(userData, name);
     if (!isFolder(path)) continue;
@@ -198,29 +197,26 @@ void addCaches(const std::string& userData, const std::string& editor, const IDE
     pending.item.selected = true;
     pending.item.action = DevAction::removePaths({path});
     pending.item.revealPath = path;
-    markInUse(pending, running);
     group.items.push_back(std::move(pending));
   }
 }
 
 }  // namespace
 
-std::vector<PendingGroup> editorLeftovers(const IDETable& table, const DevToolsInput& input,
-                                          const PathsInUse& running) {
+std::vector<PendingGroup> editorLeftovers(const IDETable& table, const DevToolsInput& input) {
   std::vector<PendingGroup> groups;
   for (const auto& editor : table.editors) {
     PendingGroup group{"editor:" + editor.id, editor.title, "", "chevron.left.forwardslash.chevron.right", {}, {}, {}};
     if (const auto extensions = input.expand(editor.extensions); extensions && isFolder(*extensions)) {
       group.subtitle = tildePath(*extensions, input.home());
       addExtensions(*extensions, group);
-      for (auto& pending : group.items) markInUse(pending, running);
     }
     for (const auto& place : editor.userData) {
       const auto userData = input.expand(place);
       if (!userData || !isFolder(*userData)) continue;
       if (group.subtitle.empty()) group.subtitle = tildePath(*userData, input.home());
       addWorkspaces(*userData, input, group);
-      addCaches(*userData, editor.title, table, running, group);
+      addCaches(*userData, editor.title, table, group);
     }
     if (!group.items.empty()) groups.push_back(std::move(group));
   }

@@ -13,7 +13,7 @@ namespace tw {
 std::vector<PathEntry> entriesByName(const std::string& folder) {
   std::vector<PathEntry> found;
   if (folder.empty()) return found;
-  if (const auto entries = listFolder(folder)) {
+  if (const auto entries = listFolderNames(folder)) {
     for (const auto& entry : *entries) found.push_back({entry.name, joinPath(folder, entry.name), entry.isDir});
   }
   std::sort(found.begin(), found.end(), [](const PathEntry& a, const PathEntry& b) { return a.name < b.name; });

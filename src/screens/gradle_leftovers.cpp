@@ -24,14 +24,6 @@ std::string distributionVersion(const std::string& name) {
   return version;
 }
 
-std::vector<std::string> subfolders(const std::string& folder) {
-  std::vector<std::string> names;
-  for (const auto& entry : listFolder(folder).value_or(std::vector<FolderEntry>{})) {
-    if (entry.isDir) names.push_back(entry.name);
-  }
-  return names;
-}
-
 std::string projectsNaming(const std::vector<ProjectPin>& pins, const std::string& distribution) {
   std::string names;
   for (const auto& pin : pins) {
@@ -65,7 +57,7 @@ std::set<std::string> sdkmanGradleVersions(const DevToolTables& tables, const De
   for (const auto& manager : tables.toolchains) {
     if (manager.kind != ToolchainManager::Kind::sdkman) continue;
     if (const auto root = input.locate(manager.roots)) {
-      for (const auto& name : subfolders(*root + "/" + manager.versions + "/gradle")) versions.insert(name);
+      for (const auto& name : subfolderNames(*root + "/" + manager.versions + "/gradle")) versions.insert(name);
     }
   }
   return versions;
@@ -101,13 +93,13 @@ std::vector<PendingGroup> gradleLeftovers(const DevToolTables& tables, const Dev
   }
   std::set<std::string> kept = sdkmanGradleVersions(tables, input);
   const std::string dists = *home + "/wrapper/dists";
-  for (const auto& name : subfolders(dists)) {
+  for (const auto& name : subfolderNames(dists)) {
     auto pending = distributionItem(dists, name, projectsNaming(wrapperPins, name), unreadable == nullptr);
     markInUse(pending, running);
     if (!pending.item.selected) kept.insert(distributionVersion(name));
     group.items.push_back(std::move(pending));
   }
-  for (const auto& name : subfolders(*home + "/caches")) {
+  for (const auto& name : subfolderNames(*home + "/caches")) {
     if (name.empty() || !isDigit(name.front()) || kept.contains(name)) continue;
     auto pending = cacheItem(*home, name);
     markInUse(pending, running);

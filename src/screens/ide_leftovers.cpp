@@ -6,12 +6,14 @@
 namespace tw {
 
 ProviderResult IDELeftovers::scan(const DevToolsInput& input, const DevToolTables& tables) {
-  const PathsInUse running = PathsInUse::snapshot();
-  std::vector<PendingGroup> groups = jetBrainsLeftovers(tables.ide, input, running);
+  auto looking = PathsInUse::lookInBackground();
+  std::vector<PendingGroup> groups = jetBrainsLeftovers(tables.ide, input);
   if (!input.stopRequested()) {
-    auto editors = editorLeftovers(tables.ide, input, running);
+    auto editors = editorLeftovers(tables.ide, input);
     std::move(editors.begin(), editors.end(), std::back_inserter(groups));
   }
+  const PathsInUse running = looking.get();
+  markInUse(groups, running);
   if (!input.stopRequested()) {
     const auto pins = ProjectPins::read(Projects::discover(input.projectRoots, input.context.stop, input.context.home));
     auto gradle = gradleLeftovers(tables, input, pins, running);

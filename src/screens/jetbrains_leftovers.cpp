@@ -59,7 +59,7 @@ Products findProducts(const IDETable& table, const DevToolsInput& input) {
   for (const auto& vendor : table.jetBrains) {
     const auto folder = input.expand(vendor.place);
     if (!folder) continue;
-    for (const auto& entry : listFolder(*folder).value_or(std::vector<FolderEntry>{})) {
+    for (const auto& entry : listFolderNames(*folder).value_or(std::vector<NamedFolderEntry>{})) {
       const auto parsed = entry.isDir ? productVersion(entry.name) : std::nullopt;
       if (parsed) products[parsed->product][parsed->version].push_back({vendor.holds, joinPath(*folder, entry.name)});
     }
@@ -69,7 +69,7 @@ Products findProducts(const IDETable& table, const DevToolsInput& input) {
 
 std::size_t pluginCount(const std::string& folder) {
   std::size_t count = 0;
-  for (const auto& entry : listFolder(folder).value_or(std::vector<FolderEntry>{})) {
+  for (const auto& entry : listFolderNames(folder).value_or(std::vector<NamedFolderEntry>{})) {
     if (!entry.name.starts_with('.')) ++count;
   }
   return count;
@@ -114,7 +114,7 @@ PendingItem folderItem(const std::string& label, Holds holds, const std::string&
 
 PendingGroup productGroup(const std::string& product,
                           const std::map<std::string, std::vector<std::pair<Holds, std::string>>>& versions,
-                          const std::string& newest, const PathsInUse& running) {
+                          const std::string& newest) {
   const std::string title = productTitle(product);
   PendingGroup group{"jetbrains:" + product, title, "", "chevron.left.forwardslash.chevron.right", {}, {}, {}};
   std::size_t older = 0;
@@ -122,9 +122,7 @@ PendingGroup productGroup(const std::string& product,
     if (version == newest) continue;
     ++older;
     for (const auto& [holds, path] : folders) {
-      auto pending = folderItem(title + " " + version, holds, path, title + " " + newest);
-      markInUse(pending, running);
-      group.items.push_back(std::move(pending));
+      group.items.push_back(folderItem(title + " " + version, holds, path, title + " " + newest));
     }
   }
   group.subtitle =
@@ -134,15 +132,14 @@ PendingGroup productGroup(const std::string& product,
 
 }  // namespace
 
-std::vector<PendingGroup> jetBrainsLeftovers(const IDETable& table, const DevToolsInput& input,
-                                             const PathsInUse& running) {
+std::vector<PendingGroup> jetBrainsLeftovers(const IDETable& table, const DevToolsInput& input) {
   std::vector<PendingGroup> groups;
   for (const auto& [product, versions] : findProducts(table, input)) {
     std::string newest;
     for (const auto& [version, folders] : versions) {
       if (newest.empty() || compareVersions(version, newest) > 0) newest = version;
     }
-    if (versions.size() > 1) groups.push_back(productGroup(product, versions, newest, running));
+    if (versions.size() > 1) groups.push_back(productGroup(product, versions, newest));
   }
   return groups;
 }

@@ -6,6 +6,8 @@ namespace tw {
 
 PathsInUse PathsInUse::snapshot() { return PathsInUse(runningProcessPaths()); }
 
+std::future<PathsInUse> PathsInUse::lookInBackground() { return std::async(std::launch::async, snapshot); }
+
 PathsInUse::PathsInUse(std::vector<std::string> paths) : sorted_(std::move(paths)) {
   std::sort(sorted_.begin(), sorted_.end());
   sorted_.erase(std::unique(sorted_.begin(), sorted_.end()), sorted_.end());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <future>
 #include <string>
 #include <vector>
 
@@ -15,6 +16,9 @@ class PathsInUse {
  public:
   // A fresh look at the running processes.
   [[nodiscard]] static PathsInUse snapshot();
+  // The same look taken on a thread of its own, so that reading every process's open files
+  // overlaps the caller's own reading of the disk; get() waits for it.
+  [[nodiscard]] static std::future<PathsInUse> lookInBackground();
   explicit PathsInUse(std::vector<std::string> paths);
 
   // Whether anything in use is `folder` itself or lies inside it (compared resolved).

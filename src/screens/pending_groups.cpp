@@ -17,6 +17,12 @@ void markInUse(PendingItem& pending, const PathsInUse& running) {
   }
 }
 
+void markInUse(std::vector<PendingGroup>& groups, const PathsInUse& running) {
+  for (auto& group : groups) {
+    for (auto& pending : group.items) markInUse(pending, running);
+  }
+}
+
 std::vector<DevGroupPtr> measureGroups(std::vector<PendingGroup> groups, std::stop_token stop) {
   std::vector<std::vector<std::string>> paths;
   for (const auto& group : groups) {

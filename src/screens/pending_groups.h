@@ -31,6 +31,8 @@ struct PendingGroup {
 
 // Marks an item that a running program uses: a badge, a warning, and never pre-selected.
 void markInUse(PendingItem& pending, const PathsInUse& running);
+// The same for every item of the groups.
+void markInUse(std::vector<PendingGroup>& groups, const PathsInUse& running);
 
 // Measures every item of every group in one parallel pass, drops items that free
 // nothing, orders items and groups by freeable bytes, and drops groups left without

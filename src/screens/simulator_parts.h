@@ -8,14 +8,12 @@
 
 #include "screens/dev_tool_tables.h"
 #include "screens/dev_tools_input.h"
-#include "screens/paths_in_use.h"
 #include "screens/pending_groups.h"
 
 namespace tw {
 
 // Android virtual devices and system images; no groups when there are none.
-[[nodiscard]] std::vector<PendingGroup> androidEmulators(const DevToolTables& tables, const DevToolsInput& input,
-                                                         const PathsInUse& running);
+[[nodiscard]] std::vector<PendingGroup> androidEmulators(const DevToolTables& tables, const DevToolsInput& input);
 
 struct IOSSimulatorFindings {
   std::vector<PendingGroup> groups;

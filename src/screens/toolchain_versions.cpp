@@ -40,9 +40,9 @@ std::string firstWord(const std::string& text) {
   return "";
 }
 
-std::vector<FolderEntry> folders(const std::string& path) {
-  std::vector<FolderEntry> result;
-  for (auto& entry : listFolder(path).value_or(std::vector<FolderEntry>{})) {
+std::vector<NamedFolderEntry> folders(const std::string& path) {
+  std::vector<NamedFolderEntry> result;
+  for (auto& entry : listFolderNames(path).value_or(std::vector<NamedFolderEntry>{})) {
     if (entry.isDir) result.push_back(std::move(entry));
   }
   return result;

@@ -138,13 +138,14 @@ std::string lookedFor(const DevToolTables& tables) {
 }  // namespace
 
 ProviderResult Toolchains::scan(const DevToolsInput& input, const DevToolTables& tables) {
+  auto looking = PathsInUse::lookInBackground();
   const auto managers = findManagers(tables, input);
   std::vector<std::vector<std::string>> paths;
   for (const auto& found : managers) {
     for (const auto& version : found.findings.versions) paths.push_back(version.paths);
   }
   const auto usages = measure(paths, input.context.stop);
-  const PathsInUse running = PathsInUse::snapshot();
+  const PathsInUse running = looking.get();
   const PathsInUse shell = shellPaths(input);
   const World world{input, running, shell};
 

@@ -7,6 +7,7 @@
 #include "screens/dev_tools_home.h"
 #include "screens/ide_leftovers.h"
 #include "support/permissions.h"
+#include "support/program_in.h"
 
 namespace tw::test {
 namespace {
@@ -55,6 +56,25 @@ TEST(IDELeftovers, OffersWhatOlderVersionsAndDeletedProjectsLeftAndPreselectsWha
   const auto* cache74 = itemNamed(result, "caches/7.4");
   EXPECT_THAT(std::get<DevAction::RemovePaths>(cache74->action.value).paths,
               ElementsAre(home / ".gradle/caches/7.4", home / ".gradle/daemon/7.4"));
+}
+
+// An IDE still running an old version, and a build on an old Gradle: neither is ticked,
+// and the Gradle version's cache stays.
+TEST(IDELeftovers, WhatARunningProgramUsesIsMarkedAndKeptUnselected) {
+  FakeHome home;
+  stockIDEHome(home);
+  const ProgramIn ide(home / ".cache/JetBrains/IntelliJIdea2022.3");
+  const ProgramIn build(home / ".gradle/wrapper/dists/gradle-7.4-all");
+  const auto result = IDELeftovers::scan(inputFor(home), linuxDevToolTables());
+  for (const std::string& name : {idea + "2022.3 \u00b7 caches", std::string("Gradle 7.4 (all)")}) {
+    const auto* used = itemNamed(result, name);
+    ASSERT_NE(used, nullptr) << name;
+    EXPECT_FALSE(used->selected) << name;
+    EXPECT_NE(badgeText(used->badges).find("[in use]"), std::string::npos) << name;
+  }
+  EXPECT_EQ(itemNamed(result, "caches/7.4"), nullptr);
+  EXPECT_TRUE(itemNamed(result, idea + "2023.2 \u00b7 caches")->selected);
+  EXPECT_TRUE(itemNamed(result, "caches/6.9")->selected);
 }
 
 TEST(IDELeftovers, CleaningThePreselectedItemsLeavesNothingPreselectedAndKeepsWhatIsUsed) {

@@ -1,8 +1,5 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <spawn.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <functional>
@@ -13,8 +10,7 @@
 #include "screens/dev_tools_home.h"
 #include "screens/toolchains.h"
 #include "support/permissions.h"
-
-extern char** environ;
+#include "support/program_in.h"
 
 namespace tw::test {
 namespace {
@@ -232,27 +228,6 @@ TEST(Toolchains, NothingDefaultActivePinnedOrRecentIsEverPreselectedByAnyManager
     EXPECT_EQ(seen, ids) << tables->name;
   }
 }
-
-// A program working inside `folder` until the guard goes.
-class ProgramIn {
- public:
-  explicit ProgramIn(const std::string& folder) {
-    const char* argv[] = {"/bin/sh", "-c", "cd \"$1\" && exec sleep 30", "sh", folder.c_str(), nullptr};
-    EXPECT_EQ(::posix_spawn(&pid_, "/bin/sh", nullptr, nullptr, const_cast<char**>(argv), environ), 0);
-    // Wait until it is really there.
-    const std::string cwd = "/proc/" + std::to_string(pid_) + "/cwd";
-    for (int attempt = 0; attempt < 200 && resolvedPath(cwd) != resolvedPath(folder); ++attempt) ::usleep(10'000);
-  }
-  ~ProgramIn() {
-    ::kill(pid_, SIGTERM);
-    ::waitpid(pid_, nullptr, 0);
-  }
-  ProgramIn(const ProgramIn&) = delete;
-  ProgramIn& operator=(const ProgramIn&) = delete;
-
- private:
-  pid_t pid_ = 0;
-};
 
 TEST(Toolchains, AVersionARunningProgramUsesIsNotPreselected) {
   FakeHome home;
