@@ -7,6 +7,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdint>
 #include <map>
@@ -124,6 +126,15 @@ inline const DevItem* itemNamed(const ProviderResult& result, const std::string&
     }
   }
   return nullptr;
+}
+
+// The item is offered, marked as used by a running program, and not ticked.
+inline void expectMarkedInUse(const ProviderResult& result, const std::string& name) {
+  const auto* used = itemNamed(result, name);
+  ASSERT_NE(used, nullptr) << name;
+  EXPECT_FALSE(used->selected) << name;
+  EXPECT_NE(badgeText(used->badges).find("[in use]"), std::string::npos) << name;
+  EXPECT_EQ(used->warning, "A running program uses this right now.") << name;
 }
 
 inline const DevGroupPtr groupWithId(const ProviderResult& result, const std::string& id) {

@@ -66,12 +66,8 @@ TEST(IDELeftovers, WhatARunningProgramUsesIsMarkedAndKeptUnselected) {
   const ProgramIn ide(home / ".cache/JetBrains/IntelliJIdea2022.3");
   const ProgramIn build(home / ".gradle/wrapper/dists/gradle-7.4-all");
   const auto result = IDELeftovers::scan(inputFor(home), linuxDevToolTables());
-  for (const std::string& name : {idea + "2022.3 \u00b7 caches", std::string("Gradle 7.4 (all)")}) {
-    const auto* used = itemNamed(result, name);
-    ASSERT_NE(used, nullptr) << name;
-    EXPECT_FALSE(used->selected) << name;
-    EXPECT_NE(badgeText(used->badges).find("[in use]"), std::string::npos) << name;
-  }
+  expectMarkedInUse(result, idea + "2022.3 \u00b7 caches");
+  expectMarkedInUse(result, "Gradle 7.4 (all)");
   EXPECT_EQ(itemNamed(result, "caches/7.4"), nullptr);
   EXPECT_TRUE(itemNamed(result, idea + "2023.2 \u00b7 caches")->selected);
   EXPECT_TRUE(itemNamed(result, "caches/6.9")->selected);

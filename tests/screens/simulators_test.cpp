@@ -49,14 +49,8 @@ TEST(Simulators, WhatARunningProgramUsesIsMarkedAndNeverPreselected) {
   const ProgramIn emulator(home / "Android/Sdk/system-images/android-30/default/x86_64");
   const ProgramIn snapshotting(home / ".android/avd/Pixel_7.avd/snapshots/default_boot");
   const auto result = Simulators::scan(inputFor(home), linuxDevToolTables());
-  for (const std::string name :
-       {"android-30 \u00b7 default \u00b7 x86_64", "Pixel 7 API 34 \u00b7 snapshot default_boot"}) {
-    const auto* used = itemNamed(result, name);
-    ASSERT_NE(used, nullptr) << name;
-    EXPECT_FALSE(used->selected) << name;
-    EXPECT_NE(badgeText(used->badges).find("[in use]"), std::string::npos) << name;
-    EXPECT_EQ(used->warning, "A running program uses this right now.") << name;
-  }
+  expectMarkedInUse(result, "android-30 \u00b7 default \u00b7 x86_64");
+  expectMarkedInUse(result, "Pixel 7 API 34 \u00b7 snapshot default_boot");
   // The other unused image is still offered ticked.
   EXPECT_TRUE(itemNamed(result, "android-33 \u00b7 google_apis_playstore \u00b7 x86_64")->selected);
   EXPECT_FALSE(itemNamed(result, "Pixel 7 API 34 \u00b7 snapshot before-login")->warning.has_value());
