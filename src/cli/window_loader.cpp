@@ -7,6 +7,7 @@
 
 #include "cli/window.h"
 #include "cli/window_module.h"
+#include "core/loaded_library.h"
 #include "core/program_path.h"
 #include "fs/path.h"
 
@@ -36,8 +37,8 @@ TidewardenOpenWindow loadWindowModule(std::string& error) {
     error = ::dlerror();
     return nullptr;
   }
-  const auto entry = reinterpret_cast<TidewardenOpenWindow>(::dlsym(module, windowModuleEntry));
-  if (!entry) error = *path + " has no entry";
+  TidewardenOpenWindow entry = nullptr;
+  if (!resolveSymbol(module, windowModuleEntry, entry)) error = *path + " has no entry";
   return entry;
 }
 

@@ -1,9 +1,9 @@
 #include "core/crypto_library.h"
 
-#include <dlfcn.h>
-
 #include <memory>
 #include <optional>
+
+#include "core/loaded_library.h"
 
 namespace tw {
 namespace {
@@ -11,25 +11,19 @@ namespace {
 // The library's soname, as the development package it is built against links it.
 constexpr const char* cryptoSoname = "libcrypto.so.3";
 
-template <typename Function>
-bool resolve(void* library, const char* name, Function& function) {
-  function = reinterpret_cast<Function>(::dlsym(library, name));
-  return function != nullptr;
-}
-
 std::optional<CryptoLibrary> load() {
   void* library = ::dlopen(cryptoSoname, RTLD_NOW | RTLD_LOCAL);
   if (!library) return std::nullopt;
   CryptoLibrary crypto{};
   EVP_MD* (*fetch)(OSSL_LIB_CTX*, const char*, const char*) = nullptr;
-  const bool complete = resolve(library, "EVP_MD_fetch", fetch) &&
-                        resolve(library, "EVP_MD_CTX_new", crypto.contextNew) &&
-                        resolve(library, "EVP_MD_CTX_free", crypto.contextFree) &&
-                        resolve(library, "EVP_MD_CTX_copy_ex", crypto.contextCopy) &&
-                        resolve(library, "EVP_DigestInit_ex", crypto.digestInit) &&
-                        resolve(library, "EVP_DigestUpdate", crypto.digestUpdate) &&
-                        resolve(library, "EVP_DigestFinal_ex", crypto.digestFinal) &&
-                        resolve(library, "EVP_EncodeBlock", crypto.encodeBlock);
+  const bool complete = resolveSymbol(library, "EVP_MD_fetch", fetch) &&
+                        resolveSymbol(library, "EVP_MD_CTX_new", crypto.contextNew) &&
+                        resolveSymbol(library, "EVP_MD_CTX_free", crypto.contextFree) &&
+                        resolveSymbol(library, "EVP_MD_CTX_copy_ex", crypto.contextCopy) &&
+                        resolveSymbol(library, "EVP_DigestInit_ex", crypto.digestInit) &&
+                        resolveSymbol(library, "EVP_DigestUpdate", crypto.digestUpdate) &&
+                        resolveSymbol(library, "EVP_DigestFinal_ex", crypto.digestFinal) &&
+                        resolveSymbol(library, "EVP_EncodeBlock", crypto.encodeBlock);
   if (!complete) return std::nullopt;
   // Kept loaded for the life of the process: digests and contexts point into it.
   crypto.sha256 = fetch(nullptr, "SHA256", nullptr);
