@@ -29,7 +29,7 @@ std::optional<std::string> windowModulePath() {
 TidewardenOpenWindow loadWindowModule(std::string& error) {
   const auto path = windowModulePath();
   if (!path) {
-    error = "it is not installed beside the program";
+    error = std::string(TIDEWARDEN_WINDOW_MODULE) + " is not installed";
     return nullptr;
   }
   void* module = ::dlopen(path->c_str(), RTLD_NOW | RTLD_LOCAL);
