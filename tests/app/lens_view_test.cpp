@@ -35,6 +35,7 @@
 #include "core/history.h"
 #include "lens/snapshots.h"
 #include "sample_home.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
@@ -350,10 +351,7 @@ class LensViewTest : public QObject {
                                                          {"tools/cli.bin", 5}};
     for (const auto& [path, mib] : parts) QVERIFY(writeBlocks(code / path, mib * MiB));
     for (int index = 0; index < 40; ++index) writeSmall(code / ("readme" + std::to_string(index) + ".md"));
-    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-    QVERIFY(folder.mkpath(QStringLiteral(".")));
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       applyAppearance(appearance);
       MainWindow window(context_, qtDispatcher());
       window.show();
@@ -366,7 +364,7 @@ class LensViewTest : public QObject {
       scan(*view, code.string());
       auto* list = view->findChild<QTreeView*>(QStringLiteral("lensChildren"));
       list->setCurrentIndex(list->model()->index(1, 0));
-      QVERIFY(window.grab().save(folder.filePath(QStringLiteral("lens") + suffix + QStringLiteral(".png"))));
+      photograph(window, QStringLiteral("lens") + suffix);
     }
     applyAppearance(Appearance::light);
   }

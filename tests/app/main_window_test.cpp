@@ -20,6 +20,7 @@
 #include "core/scan_cache.h"
 #include "sample_home.h"
 #include "screens/registry.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
@@ -160,10 +161,7 @@ class MainWindowTest : public QObject {
   }
 
   void everyListScreenIsPhotographedInLightAndDark() {
-    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-    QVERIFY(folder.mkpath(QStringLiteral(".")));
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       // As at start-up: the appearance first, then the window.
       applyAppearance(appearance);
       MainWindow window(context_, qtDispatcher());
@@ -171,9 +169,7 @@ class MainWindowTest : public QObject {
       for (const auto& screen : Screens::all()) {
         window.showPane(screen.pane);
         QTRY_VERIFY_WITH_TIMEOUT(window.panes().at(screen.pane)->loaded(), 10'000);
-        QApplication::processEvents();
-        const QString name = QString::fromUtf8(rawValue(screen.pane).data()) + suffix + QStringLiteral(".png");
-        QVERIFY(window.grab().save(folder.filePath(name)));
+        photograph(window, QString::fromUtf8(rawValue(screen.pane).data()) + suffix);
       }
     }
   }

@@ -17,6 +17,7 @@
 #include "lens/volume_info.h"
 #include "sample_home.h"
 #include "screens/registry.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
@@ -147,10 +148,7 @@ class OverviewViewTest : public QObject {
   }
 
   void theOverviewIsPhotographedInLightAndDark() {
-    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-    QVERIFY(folder.mkpath(QStringLiteral(".")));
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       applyAppearance(appearance);
       MainWindow window(context_, qtDispatcher());
       window.show();
@@ -159,7 +157,7 @@ class OverviewViewTest : public QObject {
         QTRY_VERIFY_WITH_TIMEOUT(window.panes().at(screen.pane)->loaded(), 10'000);
       }
       QApplication::processEvents();
-      QVERIFY(window.grab().save(folder.filePath(QStringLiteral("overview") + suffix + QStringLiteral(".png"))));
+      photograph(window, QStringLiteral("overview") + suffix);
     }
   }
 

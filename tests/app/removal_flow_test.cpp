@@ -24,6 +24,7 @@
 #include "core/history.h"
 #include "core/settings.h"
 #include "sample_home.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
@@ -160,10 +161,7 @@ class RemovalFlowTest : public QObject {
     items[2].warning = "Xcode is running; it rebuilds this folder on its next build.";
     const std::vector<std::string> actions{"delete ~/code/web/node_modules", "bash -c 'nvm uninstall 16.20.2'",
                                            "move to Trash: ~/Library/DerivedData"};
-    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-    QVERIFY(folder.mkpath(QStringLiteral(".")));
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       applyAppearance(appearance);
       ConfirmRemovalDialog dialog(QStringLiteral("Delete Leftovers"), items, actions);
       dialog.show();
@@ -171,7 +169,7 @@ class RemovalFlowTest : public QObject {
       QVERIFY(dialog.findChild<QLabel*>(QStringLiteral("confirmWarnings"))
                   ->text()
                   .contains(QStringLiteral("Xcode is running")));
-      QVERIFY(dialog.grab().save(folder.filePath(QStringLiteral("confirm") + suffix + QStringLiteral(".png"))));
+      photograph(dialog, QStringLiteral("confirm") + suffix);
     }
     applyAppearance(Appearance::light);
   }

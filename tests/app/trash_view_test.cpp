@@ -279,8 +279,7 @@ class TrashViewTest : public QObject {
     writeTrashed("invoice-draft.pdf", 3, 240'000);
     writeTrashed("old-backup.tar.gz", 40, 12'500'000);
     writeTrashed("scratch.py", 1, 2'100);
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       applyAppearance(appearance);
       MainWindow window(context_, qtDispatcher());
       window.show();

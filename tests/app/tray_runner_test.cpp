@@ -221,8 +221,7 @@ class TrayRunnerTest : public QObject {
   }
 
   void theTrayMenuIsPhotographedInLightAndDark() {
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       applyAppearance(appearance);
       QWidget window;
       TrayPanel panel(context_, &window, std::make_unique<StandInTray>(tray_));

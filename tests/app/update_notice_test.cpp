@@ -16,6 +16,7 @@
 #include "sample_home.h"
 #include "support/https_feed_server.h"
 #include "updates/updates.h"
+#include "widget_files.h"
 
 namespace tw::app {
 namespace {
@@ -46,10 +47,7 @@ class UpdateNoticeTest : public QObject {
     test::HttpsFeedServer server;
     server.serve("newer.json", feed("99.1.0"));
     server.serve("same.json", feed(std::string(version)));
-    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-    QVERIFY(folder.mkpath(QStringLiteral(".")));
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       applyAppearance(appearance);
       const QTemporaryDir home;
       MainWindow window(contextFor(home.path(), server.url("newer.json"), true), qtDispatcher());
@@ -59,7 +57,7 @@ class UpdateNoticeTest : public QObject {
       QTRY_VERIFY_WITH_TIMEOUT(banner->isVisible(), 20'000);
       QCOMPARE(banner->findChild<QLabel*>(QStringLiteral("updateText"))->text(),
                QStringLiteral("Tidewarden 99.1.0 is available"));
-      QVERIFY(window.grab().save(folder.filePath(QStringLiteral("update-notice") + suffix + QStringLiteral(".png"))));
+      photograph(window, QStringLiteral("update-notice") + suffix);
     }
     applyAppearance(Appearance::light);
 

@@ -233,16 +233,13 @@ class ViewsTest : public QObject {
 
   void theHistoryIsPhotographedInLightAndDark() {
     writeThreeRemovals(context_);
-    const QDir folder(QStringLiteral(TIDEWARDEN_SCREENSHOT_DIR));
-    QVERIFY(folder.mkpath(QStringLiteral(".")));
-    for (const auto& [appearance, suffix] :
-         {std::pair{Appearance::light, QString()}, std::pair{Appearance::dark, QStringLiteral("-dark")}}) {
+    for (const auto& [appearance, suffix] : photographedAppearances()) {
       applyAppearance(appearance);
       MainWindow window(context_, qtDispatcher());
       window.show();
       window.showPane(Pane::history);
       QApplication::processEvents();
-      QVERIFY(window.grab().save(folder.filePath(QStringLiteral("history") + suffix + QStringLiteral(".png"))));
+      photograph(window, QStringLiteral("history") + suffix);
     }
     applyAppearance(Appearance::light);
   }

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <array>
+#include <utility>
+
 #include <QAction>
 #include <QApplication>
 #include <QDir>
@@ -9,6 +12,8 @@
 #include <QTest>
 #include <QWidget>
 
+#include "app/appearance.h"
+
 namespace tw::app {
 
 // Writes `bytes` to `path`, making its folders first.
@@ -17,6 +22,11 @@ inline void writeBytes(const QString& path, const QByteArray& bytes) {
   QFile file(path);
   QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
   QCOMPARE(file.write(bytes), bytes.size());
+}
+
+// The appearances every view is photographed in, each with the ending of its picture's name.
+inline std::array<std::pair<Appearance, QString>, 2> photographedAppearances() {
+  return {{{Appearance::light, QString()}, {Appearance::dark, QStringLiteral("-dark")}}};
 }
 
 // Saves what `widget` shows as <name>.png in the build's screenshots folder.
