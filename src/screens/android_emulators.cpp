@@ -127,6 +127,7 @@ PendingItem deviceItem(const Device& device, const AndroidTools& tools, const De
                        const std::optional<std::string>& sdk) {
   PendingItem pending;
   pending.paths = device.ownParts;
+  pending.removes = {device.folder, device.ini};
   DevItem& item = pending.item;
   item.id = device.folder;
   item.name = displayName(device);
@@ -135,7 +136,7 @@ PendingItem deviceItem(const Device& device, const AndroidTools& tools, const De
   if (const auto used = lastUsed(device.folder + "/userdata-qemu.img")) {
     item.detail += " \u00b7 last used " + ago(*used, input.now);
   }
-  item.action = tools.deleteDevice.actionFor({{"name", device.name}}, {device.folder, device.ini});
+  item.action = tools.deleteDevice.actionFor({{"name", device.name}}, pending.removes);
   item.revealPath = device.folder;
   item.restoreHint = "Create it again in Android Studio's Device Manager";
   return pending;
@@ -144,6 +145,7 @@ PendingItem deviceItem(const Device& device, const AndroidTools& tools, const De
 PendingItem snapshotItem(const Device& device, const std::string& snapshot) {
   PendingItem pending;
   pending.paths = {snapshot};
+  pending.listedFolders = true;
   pending.item.id = snapshot;
   pending.item.name = displayName(device) + " \u00b7 snapshot " + lastPathComponent(snapshot);
   pending.item.detail = "Saved emulator state; the device boots without it";
@@ -186,6 +188,7 @@ PendingItem imageItem(const std::string& sdk, const std::string& image, const st
   PendingItem pending;
   const std::string path = joinPath(sdk, image);
   pending.paths = {path};
+  pending.listedFolders = true;
   DevItem& item = pending.item;
   item.id = path;
   for (const char c : image.substr(std::string_view("system-images/").size())) {

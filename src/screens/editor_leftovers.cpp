@@ -84,10 +84,12 @@ Listed obsoleteExtensions(const std::string& folder) {
   });
 }
 
-// Extensions and workspace data go to the Trash: the editor cannot rebuild them.
+// Extensions and workspace data go to the Trash: the editor cannot rebuild them. Both are
+// folders their parent's listing named.
 PendingItem trashItem(const std::string& path, std::string name, std::string detail, bool selected) {
   PendingItem pending;
   pending.paths = {path};
+  pending.listedFolders = true;
   pending.item.id = path;
   pending.item.name = std::move(name);
   pending.item.detail = std::move(detail);

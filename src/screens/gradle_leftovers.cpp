@@ -40,6 +40,7 @@ PendingItem distributionItem(const std::string& folder, const std::string& name,
   PendingItem pending;
   const std::string path = joinPath(folder, name);
   pending.paths = {path};
+  pending.listedFolders = true;
   pending.item.id = path;
   pending.item.name = "Gradle " + distributionVersion(name) + (name.ends_with("-all") ? " (all)" : " (bin)");
   pending.item.detail = users.empty() ? "No project under your roots uses it" : "Used by " + users;

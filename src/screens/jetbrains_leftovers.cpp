@@ -83,6 +83,7 @@ PendingItem folderItem(const std::string& label, Holds holds, const std::string&
   item.id = path;
   item.revealPath = path;
   pending.paths = {path};
+  pending.listedFolders = true;
   switch (holds) {
     case Holds::caches:
     case Holds::logs:

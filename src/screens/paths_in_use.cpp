@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "fs/path.h"
+
 namespace tw {
 
 PathsInUse PathsInUse::snapshot() { return PathsInUse(runningProcessPaths()); }
@@ -14,6 +16,10 @@ PathsInUse::PathsInUse(std::vector<std::string> paths) : sorted_(std::move(paths
 }
 
 bool PathsInUse::inside(const std::string& folder) const { return insideResolved(resolved(folder)); }
+
+bool PathsInUse::insideListedFolder(const std::string& folder) const {
+  return insideResolved(joinPath(resolved(parentPath(folder)), lastPathComponent(folder)));
+}
 
 std::string PathsInUse::resolved(const std::string& path) const { return folders_.resolve(path); }
 

@@ -23,6 +23,9 @@ class PathsInUse {
 
   // Whether anything in use is `folder` itself or lies inside it (compared resolved).
   [[nodiscard]] bool inside(const std::string& folder) const;
+  // The same for a folder its parent's listing named as a folder: that is no link, so only
+  // the parent is resolved.
+  [[nodiscard]] bool insideListedFolder(const std::string& folder) const;
   // The same for a folder whose links are already resolved.
   [[nodiscard]] bool insideResolved(const std::string& resolvedFolder) const;
 

@@ -8,8 +8,8 @@
 namespace tw {
 
 void markInUse(PendingItem& pending, const PathsInUse& running) {
-  for (const auto& path : pending.paths) {
-    if (!running.inside(path)) continue;
+  for (const auto& path : pending.removes.empty() ? pending.paths : pending.removes) {
+    if (!(pending.listedFolders ? running.insideListedFolder(path) : running.inside(path))) continue;
     pending.item.selected = false;
     pending.item.badges.push_back({"in use", Badge::Tone::warn});
     pending.item.warning = "A running program uses this right now.";

@@ -17,6 +17,13 @@ namespace tw {
 struct PendingItem {
   DevItem item;
   std::vector<std::string> paths;
+  // What removing it changes, when that is more than `paths`: a tool that deletes a whole
+  // device takes the snapshots offered beside it too. A running program inside any of
+  // these (or, without them, inside `paths`) keeps the item unticked.
+  std::vector<std::string> removes;
+  // Each of those paths is a folder its parent's listing named as a folder, never a link,
+  // so only the parents need resolving before they are compared with what programs use.
+  bool listedFolders = false;
 };
 
 struct PendingGroup {

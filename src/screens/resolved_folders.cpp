@@ -3,26 +3,40 @@
 #include <sys/stat.h>
 
 #include "fs/file_io.h"
-#include "fs/path.h"
 
 namespace tw {
 namespace {
 
-// "." and ".." mean something else after a link than they do lexically.
-bool plainAbsolute(const std::string& path) { return path.starts_with('/') && standardizePath(path) == path; }
+// "." and ".." mean something else after a link than they do lexically, so only absolute
+// paths made of plain names are resolved part by part.
+bool plainAbsolute(std::string_view path) {
+  if (!path.starts_with('/') || path.ends_with('/')) return false;
+  for (std::size_t start = 1; start <= path.size();) {
+    const std::size_t end = std::min(path.find('/', start), path.size());
+    const std::string_view name = path.substr(start, end - start);
+    if (name.empty() || name == "." || name == "..") return false;
+    start = end + 1;
+  }
+  return true;
+}
 
 }  // namespace
 
 std::string ResolvedFolders::resolve(const std::string& path) {
   if (path == "/") return path;
   if (!plainAbsolute(path)) return resolvedPath(path).value_or(path);
+  return resolvePlain(path);
+}
+
+std::string ResolvedFolders::resolvePlain(std::string_view path) {
   if (const auto found = known_.find(path); found != known_.end()) return found->second;
-  std::string result;
+  std::string result(path);
   struct stat info {};
-  if (::lstat(path.c_str(), &info) == 0 && S_ISLNK(info.st_mode)) {
-    result = resolvedPath(path).value_or(path);
-  } else {
-    result = joinPath(resolve(parentPath(path)), lastPathComponent(path));
+  if (::lstat(result.c_str(), &info) == 0 && S_ISLNK(info.st_mode)) {
+    result = resolvedPath(result).value_or(result);
+  } else if (const std::size_t slash = path.rfind('/'); slash > 0) {
+    const std::string parent = resolvePlain(path.substr(0, slash));
+    result = (parent == "/" ? "" : parent) + std::string(path.substr(slash));
   }
   known_.emplace(path, result);
   return result;

@@ -1,7 +1,9 @@
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace tw {
 
@@ -14,7 +16,10 @@ class ResolvedFolders {
   [[nodiscard]] std::string resolve(const std::string& path);
 
  private:
-  std::map<std::string, std::string> known_;
+  // `path` is absolute and made of plain names only.
+  std::string resolvePlain(std::string_view path);
+
+  std::map<std::string, std::string, std::less<>> known_;
 };
 
 }  // namespace tw

@@ -1,3 +1,6 @@
+#include <stdio.h>
+#include <unistd.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -43,6 +46,7 @@ TEST(Simulators, OffersDevicesWithTheirSnapshotsAndPreselectsSystemImagesNoDevic
 }
 
 // A running emulator keeps its device and image open: both show it and neither is ticked.
+// Deleting a device deletes its snapshots too, so a snapshot in use marks its device.
 TEST(Simulators, WhatARunningProgramUsesIsMarkedAndNeverPreselected) {
   FakeHome home;
   stockAndroidHome(home);
@@ -51,9 +55,30 @@ TEST(Simulators, WhatARunningProgramUsesIsMarkedAndNeverPreselected) {
   const auto result = Simulators::scan(inputFor(home), linuxDevToolTables());
   expectMarkedInUse(result, "android-30 \u00b7 default \u00b7 x86_64");
   expectMarkedInUse(result, "Pixel 7 API 34 \u00b7 snapshot default_boot");
+  expectMarkedInUse(result, "Pixel 7 API 34");
+  EXPECT_FALSE(itemNamed(result, "Tablet")->warning.has_value());
   // The other unused image is still offered ticked.
   EXPECT_TRUE(itemNamed(result, "android-33 \u00b7 google_apis_playstore \u00b7 x86_64")->selected);
   EXPECT_FALSE(itemNamed(result, "Pixel 7 API 34 \u00b7 snapshot before-login")->warning.has_value());
+}
+
+// Programs' files are seen with every link resolved; items reached through linked folders
+// (both moved to another disk, say) are compared the same way.
+TEST(Simulators, WhatARunningProgramUsesIsMarkedThroughLinkedFolders) {
+  FakeHome home;
+  stockAndroidHome(home);
+  makeFolders(home / "disk");
+  for (const std::string moved : {".android", "Android"}) {
+    ASSERT_EQ(::rename((home / moved).c_str(), (home / "disk/" + moved).c_str()), 0) << moved;
+    ASSERT_EQ(::symlink((home / "disk/" + moved).c_str(), (home / moved).c_str()), 0) << moved;
+  }
+  const ProgramIn emulator(home / "disk/Android/Sdk/system-images/android-30/default/x86_64");
+  const ProgramIn snapshotting(home / "disk/.android/avd/Pixel_7.avd/snapshots/default_boot");
+  const auto result = Simulators::scan(inputFor(home), linuxDevToolTables());
+  expectMarkedInUse(result, "android-30 \u00b7 default \u00b7 x86_64");
+  expectMarkedInUse(result, "Pixel 7 API 34 \u00b7 snapshot default_boot");
+  expectMarkedInUse(result, "Pixel 7 API 34");
+  EXPECT_TRUE(itemNamed(result, "android-33 \u00b7 google_apis_playstore \u00b7 x86_64")->selected);
 }
 
 TEST(Simulators, RemovesThroughTheSdkToolsAndAfterwardsOffersNothingPreselected) {
