@@ -13,12 +13,13 @@ std::optional<Date> lastUsed(const std::string& path) {
   // Linux keeps no last-used date of its own; the access time is the nearest thing (with
   // relatime it moves at most daily, which is fine for "unused for weeks"). A volume
   // mounted noatime never moves it, so there it says nothing about use.
-  // (Asked through the path itself, not following a link: reading a link moves its own access time.)
+  // (Opened without following a link: reading a link moves its own access time.)
   const UniqueFd item{::open(path.c_str(), O_PATH | O_NOFOLLOW | O_CLOEXEC)};
+  if (!item) return std::nullopt;
   struct statvfs volume {};
-  if (item && ::fstatvfs(item.get(), &volume) == 0 && (volume.f_flag & ST_NOATIME) != 0) return std::nullopt;
+  if (::fstatvfs(item.get(), &volume) == 0 && (volume.f_flag & ST_NOATIME) != 0) return std::nullopt;
   struct statx info {};
-  if (::statx(AT_FDCWD, path.c_str(), AT_SYMLINK_NOFOLLOW, STATX_ATIME, &info) != 0) return std::nullopt;
+  if (::statx(item.get(), "", AT_EMPTY_PATH, STATX_ATIME, &info) != 0) return std::nullopt;
   if ((info.stx_mask & STATX_ATIME) == 0) return std::nullopt;
   const auto sinceEpoch =
       std::chrono::seconds{info.stx_atime.tv_sec} + std::chrono::nanoseconds{info.stx_atime.tv_nsec};
