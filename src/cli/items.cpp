@@ -10,19 +10,19 @@ nlohmann::json itemJSON(const DevItem& item, const std::string& home) {
   const auto bytes = [](const std::optional<std::int64_t>& value) {
     return value ? nlohmann::json(*value) : nlohmann::json(nullptr);
   };
-  return {
-      {"id", validUtf8(item.id)},
-      {"name", validUtf8(item.name)},
-      {"detail", validUtf8(item.detail)},
-      {"size", bytes(item.size)},
-      {"freeable", bytes(item.freeable)},
-      {"selected", item.selected},
-      {"badges", std::move(badges)},
-      {"warning", jsonString(item.warning)},
-      {"restoreHint", jsonString(item.restoreHint)},
-      {"path", jsonString(item.revealPath)},
-      {"action", validUtf8(describe(item.action, home))},
-  };
+  nlohmann::json json = nlohmann::json::object();
+  json.emplace("id", validUtf8(item.id));
+  json.emplace("name", validUtf8(item.name));
+  json.emplace("detail", validUtf8(item.detail));
+  json.emplace("size", bytes(item.size));
+  json.emplace("freeable", bytes(item.freeable));
+  json.emplace("selected", item.selected);
+  json.emplace("badges", std::move(badges));
+  json.emplace("warning", jsonString(item.warning));
+  json.emplace("restoreHint", jsonString(item.restoreHint));
+  json.emplace("path", jsonString(item.revealPath));
+  json.emplace("action", validUtf8(describe(item.action, home)));
+  return json;
 }
 
 }  // namespace tw::CLI
