@@ -47,6 +47,7 @@ struct Device {
   std::optional<Ini> config;
   std::vector<std::string> snapshots;
   std::vector<std::string> ownParts;  // what the device holds besides its snapshots, and its .ini
+  std::optional<Date> lastUsed;       // of its data image
 };
 
 // The device folder the .ini names, when it is a ".avd" folder inside the home folder;
@@ -78,6 +79,7 @@ std::optional<Device> readDevice(const std::string& avdHome, const std::string& 
   for (const auto& snapshot : subfolderNames(device.folder + "/snapshots")) {
     device.snapshots.push_back(device.folder + "/snapshots/" + snapshot);
   }
+  device.lastUsed = lastUsed(device.folder + "/userdata-qemu.img");
   return device;
 }
 
@@ -133,9 +135,7 @@ PendingItem deviceItem(const Device& device, const AndroidTools& tools, const De
   item.name = displayName(device);
   const std::string image = systemImageOf(device, sdk).value_or("");
   item.detail = "Virtual device " + device.name + (image.empty() ? "" : " \u00b7 " + image);
-  if (const auto used = lastUsed(device.folder + "/userdata-qemu.img")) {
-    item.detail += " \u00b7 last used " + ago(*used, input.now);
-  }
+  if (device.lastUsed) item.detail += " \u00b7 last used " + ago(*device.lastUsed, input.now);
   item.action = tools.deleteDevice.actionFor({{"name", device.name}}, pending.removes);
   item.revealPath = device.folder;
   item.restoreHint = "Create it again in Android Studio's Device Manager";

@@ -19,6 +19,7 @@ using ::testing::UnorderedElementsAre;
 TEST(Simulators, OffersDevicesWithTheirSnapshotsAndPreselectsSystemImagesNoDeviceUses) {
   FakeHome home;
   stockAndroidHome(home);
+  setModificationTime(home / ".android/avd/Pixel_7.avd/userdata-qemu.img", 12 * oneDay);
   const auto result = Simulators::scan(inputFor(home), linuxDevToolTables());
   EXPECT_FALSE(result.note.has_value());
   EXPECT_THAT(summaries(result),
@@ -29,6 +30,9 @@ TEST(Simulators, OffersDevicesWithTheirSnapshotsAndPreselectsSystemImagesNoDevic
                                    "[used by Pixel 7 API 34, Tablet]"));
   const auto* pixel = itemNamed(result, "Pixel 7 API 34");
   EXPECT_EQ(pixel->id, home / ".android/avd/Pixel_7.avd");
+  EXPECT_EQ(pixel->detail,
+            "Virtual device Pixel_7 \u00b7 system-images/android-34/google_apis/x86_64 \u00b7 last used "
+            "12 days ago");
   // The snapshots are items of their own and not counted twice.
   EXPECT_GE(pixel->size.value_or(0), 80'000);
   EXPECT_LT(pixel->size.value_or(0), 80'000 + 30'000);
