@@ -4,27 +4,19 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <string>
 
 #include "fs/beneath.h"
 #include "fs/file_identity.h"
 #include "fs/open_folder.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {
 
 std::error_code lastError() { return {errno, std::generic_category()}; }
-
-bool hasDotPiece(std::string_view relative) {
-  for (std::size_t start = 0; start <= relative.size();) {
-    const std::size_t slash = std::min(relative.find('/', start), relative.size());
-    const std::string_view piece = relative.substr(start, slash - start);
-    if (piece.empty() || piece == "." || piece == "..") return true;
-    start = slash + 1;
-  }
-  return false;
-}
 
 // For kernels without openat2: the same rules, checked piece by piece.
 UniqueFd openPieceByPiece(int topFd, std::string_view relative, std::error_code& error) {
@@ -46,7 +38,7 @@ UniqueFd openPieceByPiece(int topFd, std::string_view relative, std::error_code&
 UniqueFd openFolderBeneath(int topFd, std::string_view relative, std::error_code& error) {
   error.clear();
   if (relative.empty()) return openFolderAt(topFd, ".");
-  if (relative.front() == '/' || hasDotPiece(relative)) {
+  if (relative.front() == '/' || hasDotOrEmptyPiece(relative)) {
     error = std::make_error_code(std::errc::invalid_argument);
     return {};
   }

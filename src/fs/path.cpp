@@ -33,6 +33,16 @@ std::string standardizePath(std::string_view path) {
   return result;
 }
 
+bool hasDotOrEmptyPiece(std::string_view relative) {
+  for (std::size_t start = 0; start <= relative.size();) {
+    const std::size_t slash = std::min(relative.find('/', start), relative.size());
+    const std::string_view piece = relative.substr(start, slash - start);
+    if (piece.empty() || piece == "." || piece == "..") return true;
+    start = slash + 1;
+  }
+  return false;
+}
+
 std::string lastPathComponent(std::string_view path) {
   while (path.size() > 1 && path.back() == '/') path.remove_suffix(1);
   if (path == "/") return "/";

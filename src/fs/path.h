@@ -10,6 +10,10 @@ namespace tw {
 // relative path it is kept.
 [[nodiscard]] std::string standardizePath(std::string_view path);
 
+// True unless every piece between the slashes of a relative path is a plain name: an
+// empty piece (a doubled, leading or trailing slash), "." or "..".
+[[nodiscard]] bool hasDotOrEmptyPiece(std::string_view relative);
+
 // "a/b/c" -> "c"; "/" -> "/".
 [[nodiscard]] std::string lastPathComponent(std::string_view path);
 

@@ -2,25 +2,15 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
-
 #include "fs/file_io.h"
+#include "fs/path.h"
 
 namespace tw {
 namespace {
 
 // "." and ".." mean something else after a link than they do lexically, so only absolute
 // paths made of plain names are resolved part by part.
-bool plainAbsolute(std::string_view path) {
-  if (!path.starts_with('/') || path.ends_with('/')) return false;
-  for (std::size_t start = 1; start <= path.size();) {
-    const std::size_t end = std::min(path.find('/', start), path.size());
-    const std::string_view name = path.substr(start, end - start);
-    if (name.empty() || name == "." || name == "..") return false;
-    start = end + 1;
-  }
-  return true;
-}
+bool plainAbsolute(std::string_view path) { return path.starts_with('/') && !hasDotOrEmptyPiece(path.substr(1)); }
 
 }  // namespace
 

@@ -30,6 +30,13 @@ TEST(PathPieces, LastComponentParentAndExtension) {
   EXPECT_EQ(joinPath("/a", "b"), "/a/b");
 }
 
+TEST(PathPieces, OnlyPlainNamesMakeAPlainRelativePath) {
+  EXPECT_FALSE(hasDotOrEmptyPiece("a/b.c/..d"));
+  for (const char* unplain : {"", "a//b", "/a", "a/", "./a", "a/.", "a/../b", ".."}) {
+    EXPECT_TRUE(hasDotOrEmptyPiece(unplain)) << unplain;
+  }
+}
+
 TEST(TildePath, ReplacesOnlyAWholeHomePrefix) {
   test::FakeHome home;
   EXPECT_EQ(tildePath(home.path(), home.path()), "~");

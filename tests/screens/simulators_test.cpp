@@ -49,6 +49,15 @@ TEST(Simulators, OffersDevicesWithTheirSnapshotsAndPreselectsSystemImagesNoDevic
       itemNamed(result, "Pixel 7 API 34 \u00b7 snapshot default_boot")->action.value));
 }
 
+// An emulator runs the android-30 image and works in Pixel 7's default_boot snapshot.
+void expectEmulatorMarkedInUse(const ProviderResult& result) {
+  expectMarkedInUse(result, "android-30 \u00b7 default \u00b7 x86_64");
+  expectMarkedInUse(result, "Pixel 7 API 34 \u00b7 snapshot default_boot");
+  expectMarkedInUse(result, "Pixel 7 API 34");
+  // The other unused image is still offered ticked.
+  EXPECT_TRUE(itemNamed(result, "android-33 \u00b7 google_apis_playstore \u00b7 x86_64")->selected);
+}
+
 // A running emulator keeps its device and image open: both show it and neither is ticked.
 // Deleting a device deletes its snapshots too, so a snapshot in use marks its device.
 TEST(Simulators, WhatARunningProgramUsesIsMarkedAndNeverPreselected) {
@@ -57,12 +66,8 @@ TEST(Simulators, WhatARunningProgramUsesIsMarkedAndNeverPreselected) {
   const ProgramIn emulator(home / "Android/Sdk/system-images/android-30/default/x86_64");
   const ProgramIn snapshotting(home / ".android/avd/Pixel_7.avd/snapshots/default_boot");
   const auto result = Simulators::scan(inputFor(home), linuxDevToolTables());
-  expectMarkedInUse(result, "android-30 \u00b7 default \u00b7 x86_64");
-  expectMarkedInUse(result, "Pixel 7 API 34 \u00b7 snapshot default_boot");
-  expectMarkedInUse(result, "Pixel 7 API 34");
+  expectEmulatorMarkedInUse(result);
   EXPECT_FALSE(itemNamed(result, "Tablet")->warning.has_value());
-  // The other unused image is still offered ticked.
-  EXPECT_TRUE(itemNamed(result, "android-33 \u00b7 google_apis_playstore \u00b7 x86_64")->selected);
   EXPECT_FALSE(itemNamed(result, "Pixel 7 API 34 \u00b7 snapshot before-login")->warning.has_value());
 }
 
@@ -78,11 +83,7 @@ TEST(Simulators, WhatARunningProgramUsesIsMarkedThroughLinkedFolders) {
   }
   const ProgramIn emulator(home / "disk/Android/Sdk/system-images/android-30/default/x86_64");
   const ProgramIn snapshotting(home / "disk/.android/avd/Pixel_7.avd/snapshots/default_boot");
-  const auto result = Simulators::scan(inputFor(home), linuxDevToolTables());
-  expectMarkedInUse(result, "android-30 \u00b7 default \u00b7 x86_64");
-  expectMarkedInUse(result, "Pixel 7 API 34 \u00b7 snapshot default_boot");
-  expectMarkedInUse(result, "Pixel 7 API 34");
-  EXPECT_TRUE(itemNamed(result, "android-33 \u00b7 google_apis_playstore \u00b7 x86_64")->selected);
+  expectEmulatorMarkedInUse(Simulators::scan(inputFor(home), linuxDevToolTables()));
 }
 
 TEST(Simulators, RemovesThroughTheSdkToolsAndAfterwardsOffersNothingPreselected) {
