@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "fs/path.h"
-
 namespace tw {
 
 PathsInUse PathsInUse::snapshot() { return PathsInUse(runningProcessPaths()); }
@@ -18,7 +16,7 @@ PathsInUse::PathsInUse(std::vector<std::string> paths) : sorted_(std::move(paths
 bool PathsInUse::inside(const std::string& folder) const { return insideResolved(resolved(folder)); }
 
 bool PathsInUse::insideListedFolder(const std::string& folder) const {
-  return insideResolved(joinPath(resolved(parentPath(folder)), lastPathComponent(folder)));
+  return insideResolved(folders_.resolveListedFolder(folder));
 }
 
 std::string PathsInUse::resolved(const std::string& path) const { return folders_.resolve(path); }

@@ -23,8 +23,8 @@ class PathsInUse {
 
   // Whether anything in use is `folder` itself or lies inside it (compared resolved).
   [[nodiscard]] bool inside(const std::string& folder) const;
-  // The same for a folder its parent's listing named as a folder: that is no link, so only
-  // the parent is resolved.
+  // The same for a folder its parent's listing named as a folder (see
+  // ResolvedFolders::resolveListedFolder).
   [[nodiscard]] bool insideListedFolder(const std::string& folder) const;
   // The same for a folder whose links are already resolved.
   [[nodiscard]] bool insideResolved(const std::string& resolvedFolder) const;

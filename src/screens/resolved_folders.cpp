@@ -20,6 +20,10 @@ std::string ResolvedFolders::resolve(const std::string& path) {
   return resolvePlain(path);
 }
 
+std::string ResolvedFolders::resolveListedFolder(const std::string& folder) {
+  return joinPath(resolve(parentPath(folder)), lastPathComponent(folder));
+}
+
 std::string ResolvedFolders::resolvePlain(std::string_view path) {
   if (const auto found = known_.find(path); found != known_.end()) return found->second;
   std::string result(path);

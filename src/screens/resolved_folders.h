@@ -14,6 +14,9 @@ class ResolvedFolders {
  public:
   // The absolute `path` with every link resolved; a missing last part is kept as it is.
   [[nodiscard]] std::string resolve(const std::string& path);
+  // The same for a folder its parent's listing named as a folder: that is no link (a
+  // listing reports links as files), so only the parent is resolved.
+  [[nodiscard]] std::string resolveListedFolder(const std::string& folder);
 
  private:
   // `path` is absolute and made of plain names only.

@@ -40,14 +40,6 @@ std::string firstWord(const std::string& text) {
   return "";
 }
 
-std::vector<NamedFolderEntry> folders(const std::string& path) {
-  std::vector<NamedFolderEntry> result;
-  for (auto& entry : listFolderNames(path).value_or(std::vector<NamedFolderEntry>{})) {
-    if (entry.isDir) result.push_back(std::move(entry));
-  }
-  return result;
-}
-
 // --- listing the installed versions ---
 
 // The channel of a rustup toolchain name: "stable-x86_64-unknown-linux-gnu" -> "stable",
@@ -73,26 +65,26 @@ InstalledVersion plainVersion(const std::string& folder, const std::string& name
 }
 
 void listPlain(const std::string& folder, std::vector<InstalledVersion>& out) {
-  for (const auto& entry : folders(folder)) {
-    if (entry.name.starts_with('.')) continue;
-    out.push_back(plainVersion(folder, entry.name, entry.name));
+  for (const auto& name : subfolderNames(folder)) {
+    if (name.starts_with('.')) continue;
+    out.push_back(plainVersion(folder, name, name));
   }
 }
 
 void listNode(const std::string& folder, std::vector<InstalledVersion>& out) {
-  for (const auto& entry : folders(folder)) {
-    if (entry.name.size() > 1 && entry.name[0] == 'v' && isDigit(entry.name[1])) {
-      out.push_back(plainVersion(folder, entry.name, entry.name.substr(1)));
+  for (const auto& name : subfolderNames(folder)) {
+    if (name.size() > 1 && name[0] == 'v' && isDigit(name[1])) {
+      out.push_back(plainVersion(folder, name, name.substr(1)));
     }
   }
 }
 
 void listSdkman(const std::string& folder, std::vector<InstalledVersion>& out) {
-  for (const auto& candidate : folders(folder)) {
-    const std::string candidateFolder = joinPath(folder, candidate.name);
-    for (const auto& entry : folders(candidateFolder)) {
-      if (entry.name == "current") continue;
-      out.push_back({entry.name, entry.name, candidate.name, {joinPath(candidateFolder, entry.name)}});
+  for (const auto& candidate : subfolderNames(folder)) {
+    const std::string candidateFolder = joinPath(folder, candidate);
+    for (const auto& name : subfolderNames(candidateFolder)) {
+      if (name == "current") continue;
+      out.push_back({name, name, candidate, {joinPath(candidateFolder, name)}});
     }
   }
 }
@@ -100,15 +92,15 @@ void listSdkman(const std::string& folder, std::vector<InstalledVersion>& out) {
 // golang.org/toolchain@v0.0.1-go1.21.5.linux-amd64, with its downloaded archive.
 void listGoToolchains(const std::string& root, const std::string& folder, std::vector<InstalledVersion>& out) {
   static constexpr std::string_view prefix = "toolchain@v0.0.1-go";
-  for (const auto& entry : folders(folder)) {
-    if (!entry.name.starts_with(prefix)) continue;
+  for (const auto& name : subfolderNames(folder)) {
+    if (!name.starts_with(prefix)) continue;
     // "1.21.5.linux-amd64": the version ends at the last dot before the platform's dash.
-    const std::string release = entry.name.substr(prefix.size());
+    const std::string release = name.substr(prefix.size());
     const std::size_t dot = release.rfind('.', release.find('-'));
     if (dot == std::string::npos) continue;
     const std::string version = release.substr(0, dot);
-    InstalledVersion found{"go" + version, version, "", {joinPath(folder, entry.name)}, true};
-    const std::string download = root + "/cache/download/golang.org/toolchain/@v/" + entry.name.substr(10);
+    InstalledVersion found{"go" + version, version, "", {joinPath(folder, name)}, true};
+    const std::string download = root + "/cache/download/golang.org/toolchain/@v/" + name.substr(10);
     for (const char* extension : {".zip", ".ziphash", ".mod", ".info"}) {
       if (pathExists(download + extension)) found.paths.push_back(download + extension);
     }
@@ -119,20 +111,20 @@ void listGoToolchains(const std::string& root, const std::string& folder, std::v
 // ~/sdk/go1.21.5 and the go1.21.5 command that golang.org/dl installed beside the others.
 void listGoSdks(const std::string& folder, const DevToolsInput& input, std::vector<InstalledVersion>& out) {
   const auto commands = input.locate({"$GOBIN", "$GOPATH/bin", "~/go/bin"});
-  for (const auto& entry : folders(folder)) {
-    if (entry.name.size() < 3 || !entry.name.starts_with("go") || !isDigit(entry.name[2])) continue;
-    InstalledVersion found = plainVersion(folder, entry.name, entry.name.substr(2));
-    if (commands && pathExists(joinPath(*commands, entry.name))) found.paths.push_back(joinPath(*commands, entry.name));
+  for (const auto& name : subfolderNames(folder)) {
+    if (name.size() < 3 || !name.starts_with("go") || !isDigit(name[2])) continue;
+    InstalledVersion found = plainVersion(folder, name, name.substr(2));
+    if (commands && pathExists(joinPath(*commands, name))) found.paths.push_back(joinPath(*commands, name));
     out.push_back(std::move(found));
   }
 }
 
 void listArchives(const std::string& folder, std::vector<InstalledVersion>& out) {
-  for (const auto& day : folders(folder)) {
-    const std::string dayFolder = joinPath(folder, day.name);
-    for (const auto& entry : folders(dayFolder)) {
-      if (pathExtension(entry.name) != "xcarchive") continue;
-      out.push_back({entry.name.substr(0, entry.name.size() - 10), day.name, "", {joinPath(dayFolder, entry.name)}});
+  for (const auto& day : subfolderNames(folder)) {
+    const std::string dayFolder = joinPath(folder, day);
+    for (const auto& name : subfolderNames(dayFolder)) {
+      if (pathExtension(name) != "xcarchive") continue;
+      out.push_back({name.substr(0, name.size() - 10), day, "", {joinPath(dayFolder, name)}});
     }
   }
 }
@@ -413,14 +405,10 @@ void readSdkman(const ToolchainManager& manager, const ProjectPins& pins, Manage
   addUnreadablePin(pins, "sdkman", findings);
 }
 
-// A version folder is never a link itself (listings report links as files), so resolving
-// its parent is enough.
+// Every version folder was named by its parent's listing.
 void resolveFolders(std::vector<InstalledVersion>& versions) {
   ResolvedFolders folders;
-  for (auto& version : versions) {
-    const std::string& folder = version.paths.front();
-    version.resolved = joinPath(folders.resolve(parentPath(folder)), lastPathComponent(folder));
-  }
+  for (auto& version : versions) version.resolved = folders.resolveListedFolder(version.paths.front());
 }
 
 // PYENV_VERSION=3.11.4:3.10.12, RUSTUP_TOOLCHAIN=nightly and the like.
